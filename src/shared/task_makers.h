@@ -1,0 +1,12 @@
+// One maker for each task, so that the table of tasks needs no task's own header.
+#pragma once
+
+#include <brevant/frame.h>
+
+namespace brevant {
+
+// Both give null when memory runs out. setup and state are borrowed; state may be null.
+TTask* MakeMailRetrievalTask(TSetup* setup, TPersistentState* state);
+TTask* MakeHtmlTask(TSetup* setup, TPersistentState* state);
+
+}  // namespace brevant
