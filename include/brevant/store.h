@@ -7,19 +7,22 @@
 #include <cstdint>
 
 // A point in time: 100-nanosecond units since 1601-01-01 00:00, two unsigned 32-bit halves, low
-// half first. The board keeps local clock times in it. A span of time is 1601-01-01 plus the span.
+// half first. The board keeps local clock times in it. A span of time is 1601-01-01 plus the span,
+// so that spans add and subtract. Values compare as unsigned 64-bit numbers; sums wrap.
 class BREVANT_API TTime {
  public:
+  // Zero: 1601-01-01 00:00, which also stands for "no time".
   constexpr TTime() = default;
   constexpr explicit TTime(const FILETIME& time) : time_(time) {}
-  // From calendar parts; parts that are no date give a zero time.
+  // From calendar parts (year 1601 to 30827, month and day from 1, hour 0 to 23, milliseconds 0);
+  // parts that are no date or no time of day give a zero time.
   TTime(int year, int month, int day, int hour, int minute, int second);
   static constexpr TTime FromTicks(std::uint64_t ticks) {
     return TTime(FILETIME{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)});
   }
-  // From whole seconds since 1970-01-01.
+  // From whole seconds since 1970-01-01 00:00.
   static TTime FromUnixSeconds(std::int64_t seconds);
-  // The current local time, and the current Greenwich time.
+  // The current local time, to the millisecond, and the current Greenwich time.
   static TTime Now();
   static TTime NowGreenwich();
 
@@ -29,10 +32,11 @@ class BREVANT_API TTime {
   const FILETIME& FileTime() const { return time_; }
   FILETIME& FileTime() { return time_; }
   bool IsZero() const { return Ticks() == 0; }
-  // Whole seconds since 1970-01-01, rounded down.
+  // Whole seconds since 1970-01-01 00:00, rounded down; negative before that day.
   std::int64_t UnixSeconds() const;
 
-  // Calendar parts; day of week 0 is Sunday, months count from 1.
+  // Calendar parts; day of week 0 is Sunday, months and days count from 1. A value of 2^63 units or
+  // more has no calendar parts: all are 0.
   SYSTEMTIME Parts() const;
   int Year() const;
   int Month() const;
@@ -59,33 +63,41 @@ class BREVANT_API TTime {
   friend auto operator<=>(const TTime& a, const TTime& b) { return a.Ticks() <=> b.Ticks(); }
 
  private:
+  void ReplacePart(WORD SYSTEMTIME::*part, int value);
+
   FILETIME time_{};
 };
 static_assert(sizeof(TTime) == 8);
 
 // Option bits of FormatTime.
 enum TTimeFormat : unsigned {
-  kFormatDate = 0x0001,
-  kFormatTime = 0x0002,
-  kFormatWeekday = 0x0004,
-  kFormatZone = 0x0008,
-  kFormatYear = 0x0010,
-  kFormatSeconds = 0x0020,
-  kFormatGreenwich = 0x0100,
-  kFormat24Hour = 0x0200,
-  kFormatMonthName = 0x0400,
-  kFormatReverse = 0x0800,
-  kFormatDash = 0x1000,
-  kFormatDot = 0x2000,
+  kFormatDate = 0x0001,       // date: month/day
+  kFormatTime = 0x0002,       // time of day: hour:minute
+  kFormatWeekday = 0x0004,    // three-letter weekday name in front; Thursday is "Thr"
+  kFormatZone = 0x0008,       // time zone text at the end
+  kFormatYear = 0x0010,       // year, with the date
+  kFormatSeconds = 0x0020,    // seconds, with the time of day
+  kFormatGreenwich = 0x0100,  // shift from local to Greenwich time, zone text " GMT"
+  kFormat24Hour = 0x0200,     // 24-hour clock; without it " AM" or " PM" follows
+  kFormatMonthName = 0x0400,  // month by name, day first, year in full
+  kFormatReverse = 0x0800,    // day first; with the month's name: month first
+  kFormatDash = 0x1000,       // "-" instead of "/" between numeric date parts
+  kFormatDot = 0x2000,        // "." instead of ":" between time parts
 };
 
 // Renders time as text into buffer (bufferSize bytes, always terminated when bufferSize is
-// positive); pieces that do not fit are left out.
+// positive) under the option bits above; a piece that does not fit is left out. Numeric years are
+// modulo 100 without a leading zero, noon is 0:00 PM. The shift to Greenwich uses the zone's
+// standard bias all the year.
 BREVANT_API void FormatTime(const TTime& time, char* buffer, int bufferSize, unsigned options);
-// Reads a date such as "25/3/99" or "Jan-5"; 1 when one was read, else 0 and the outputs are
-// unchanged.
+// Reads a date from text: month-day-year, day-Mon-year or Mon-day-year joined by "-",
+// month/day/year joined by "/", each of the first two orders and Mon/day also without the year,
+// which is then the current one. A first number above 12 before one below 12 is the day. Years
+// below 100 count from 1900. Gives 1 when a date was read, else 0 and the outputs, which may not
+// be null, are unchanged. Numbers are not checked against the calendar.
 BREVANT_API int ParseDate(const char* text, int* month, int* day, int* year);
-// Reads a time of day such as "12:30" or "12:30:15"; 1 or 0 as ParseDate. No range checks are made.
+// Reads a time of day, hour:minute or hour:minute:second (second 0 when missing); 1 or 0 as
+// ParseDate. No range checks are made.
 BREVANT_API int ParseTime(const char* text, int* hour, int* minute, int* second);
 
 // One storage: a compound file, or a sub-storage inside another storage. Operations give 1 for
