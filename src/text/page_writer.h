@@ -1,0 +1,147 @@
+// The page writer: an HTML tokenizer that is fed a template, hands the template tags in it to a
+// dispatcher and keeps everything else as a list of items, from which the page is rendered.
+#pragma once
+
+#include "text/page_field.h"
+#include "text/page_items.h"
+#include "text/sections.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brevant {
+
+// One item as callers see it. The text of a start tag stands between "<" and ">", that of an end
+// tag between "</" and ">"; words may hold blanks that came out of fields. Valid until the writer
+// is fed or changed.
+struct TItem {
+  TItemKind kind = TItemKind::kWord;
+  bool fromField = false;  // tags: the "<" came out of a field
+  std::string_view text;
+};
+
+// One attribute of a start tag. The value is as written, without its quotes (entities and URL
+// encoding undecoded), empty when there is none. Valid until the writer is fed or changed.
+struct TAttribute {
+  std::size_t item = 0;
+  std::string_view name;
+  std::string_view value;
+  bool fromField = false;  // at least one byte of the value came out of a field
+  // Where it stands in the item's text; for SetAttributeValue and for going on after it.
+  std::size_t nameBegin = 0;
+  std::size_t valueBegin = 0;  // behind an opening quote
+  std::size_t end = 0;         // behind the value and its closing quote
+  char quote = 0;              // '"', '\'' or 0
+  bool hasValue = false;       // there was a "="
+};
+
+// What the writer wants of whoever expands tags.
+class TTagDispatcher {
+ public:
+  virtual ~TTagDispatcher() = default;
+
+  // Expands the text between the two marks of a tag into the page.
+  virtual void Dispatch(TPageWriter& page, std::string_view tag) = 0;
+  // Writes a registered request for the object that is current.
+  virtual void ExpandRequest(TPageWriter& page, const TSectionRequest& request) = 0;
+  // The objects that sections walk; null: every section has none.
+  virtual TSectionObjects* SectionObjects() = 0;
+  // The message of the last failure, written into the page and cleared by the dispatcher when a
+  // field fails.
+  virtual void SetLastError(std::string_view message) = 0;
+};
+
+class TPageWriter {
+ public:
+  static constexpr std::size_t kTokenLimit = 4096;
+  static constexpr std::size_t kTagLimit = 256;
+
+  // Switches that page fields consult before they filter a value; both are on at first.
+  enum TFilterFlags : unsigned { kFilterEscape = 1, kFilterUrl = 2 };
+
+  // Without a dispatcher no template tag is recognised. It is not owned.
+  explicit TPageWriter(TTagDispatcher* dispatcher = nullptr);
+  TPageWriter(const TPageWriter&) = delete;
+  TPageWriter& operator=(const TPageWriter&) = delete;
+
+  // --- Feeding -----------------------------------------------------------------------------------
+  // Takes the next bytes, of a template or of a field's value; they may be cut anywhere.
+  void Feed(std::string_view bytes);
+  // Ends the page: a template tag or HTML tag still open becomes text, the last word is produced.
+  void Flush();
+  // Repeats the parts of the registered sections. After Flush; without a dispatcher nothing.
+  void ExpandSections();
+  // Feeds a whole template file; neither flushes nor reports. 0 when it cannot be read.
+  int FeedFile(const char* path);
+  // For fields: feeds a sub-template as template text inside a value. Tags in it are recognised and
+  // its sections are repeated at once, while the field's object is current. 0 when the file cannot
+  // be read ("Cannot open template %s" is the dispatcher's last error) or is being fed already.
+  int FeedSubTemplate(const char* path);
+  // The same with the bytes at hand; name tells sub-templates apart.
+  int FeedSubTemplate(std::string_view name, std::string_view bytes);
+
+  // True between "<" and ">": a value is written into an attribute.
+  bool InTag() const { return inTag_; }
+  bool IsLiteral() const { return literal_; }
+  bool LineBreakSeen() const { return lineBreakSeen_; }
+  // Characters that fell to the token limit.
+  std::uint64_t Dropped() const { return dropped_; }
+  unsigned Filters() const { return filters_; }
+  void SetFilters(unsigned flags) { filters_ = flags; }
+  TTagDispatcher* Dispatcher() const { return dispatcher_; }
+
+  // The newest of the times added; zero at first.
+  const TTime& SourceTime() const { return sourceTime_; }
+  void AddSourceTime(const TTime& time);
+
+  // --- For the dispatcher ------------------------------------------------------------------------
+  // Writes text as ordinary text, in literal mode: an unknown tag, an error message.
+  void WriteLiteral(std::string_view text);
+  // Has a selected field write its value: literal mode on, bytes marked as a field's. Its result.
+  int WriteField(TPageField& field, TFieldArguments arguments);
+  // Registers a request unless one with its text is known, and writes its marker.
+  void AddSection(TSectionRequest&& request);
+  const std::vector<TSectionRequest>& Sections() const { return sections_; }
+
+  // --- The items ---------------------------------------------------------------------------------
+  std::size_t ItemCount() const { return items_.entries.size(); }
+  TItem Item(std::size_t index) const;
+  // The next attribute of that name (over its full length, ignoring letter case) in any start tag,
+  // at or behind item `from` and, in that item, behind `offset`. False when there is none.
+  // Comments and declarations have no attributes. Successive finds:
+  //   for (bool found = page.FindAttribute("HREF", &a); found; found = page.FindAttribute("HREF",
+  //        &a, a.item, a.end))
+  bool FindAttribute(std::string_view name, TAttribute* attribute, std::size_t from = 0,
+                     std::size_t offset = 0) const;
+  // Replaces the value of a found attribute; quotes are put around it where it needs them (a
+  // quotation mark of the same sort in it becomes its entity). attribute is brought up to date, so
+  // that a search goes on behind it. False when the tag would grow too long (65535 bytes).
+  bool SetAttributeValue(TAttribute* attribute, std::string_view value);
+
+  // --- The page ----------------------------------------------------------------------------------
+  // In diagnostic mode the page is rendered as one numbered item a line.
+  void SetDiagnosticMode(bool on) { diagnostic_ = on; }
+  // The page as it is saved: lines below 80 characters, ended by CR LF.
+  std::string Render() const;
+  // Renders into a file, created anew. 1, or 0 when it cannot be written.
+  int Save(const char* path) const;
+  // Writes the part of the page around the first marker of a registered section to "section.htm"
+  // in the current directory, for diagnosis; before ExpandSections. 1 or 0.
+  int SaveSection(std::size_t section) const;
+
+ private:
+  TTagDispatcher* dispatcher_;
+  TPageItems items_;
+  std::vector<TSectionRequest> sections_;
+  TTime sourceTime_;
+  std::uint64_t dropped_ = 0;
+  unsigned filters_ = kFilterEscape | kFilterUrl;
+  bool inTag_ = false;
+  bool literal_ = false;
+  bool lineBreakSeen_ = false;
+  bool diagnostic_ = false;
+};
+
+}  // namespace brevant
