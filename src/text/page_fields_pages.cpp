@@ -1,0 +1,75 @@
+// Page fields that write the file names of pages.
+#include "text/page_field_functions.h"
+
+#include <string>
+
+namespace brevant {
+namespace {
+
+// Finds the entry that a reference field names: by its argument, else its row's own reference.
+bool FindEntry(const TFieldCall& call, int* position, TFieldError* error) {
+  const std::string_view reference =
+      call.Argument(0).empty() ? std::string_view(call.row.key) : call.Argument(0);
+  return FindReferenced(call.site, call.row.kind, call.row.level, reference, position, error);
+}
+
+}  // namespace
+
+int ExpandBack(const TFieldCall& call) {
+  WriteFiltered(call.page, call.site.BackPage());
+  return 1;
+}
+
+int ExpandContainerFileName(const TFieldCall& call) {
+  std::string name;
+  TFieldError error;
+  if (!call.site.RequestContainerPage(call.Argument(0), &name, &error)) return call.Fail(error);
+  WriteFiltered(call.page, std::move(name));
+  return 1;
+}
+
+int ExpandItemFileName(const TFieldCall& call) {
+  std::string name;
+  TFieldError error;
+  const bool named =
+      call.Argument(0).empty()
+          ? call.site.ItemPageName(call.site.CurrentItem(call.row.kind), &name, &error)
+          : call.site.RequestItemPage(call.Argument(0), &name, &error);
+  if (!named) return call.Fail(error);
+  WriteFiltered(call.page, std::move(name));
+  return 1;
+}
+
+int ExpandContainerReference(const TFieldCall& call) {
+  int position = -1;
+  std::string name;
+  TFieldError error;
+  if (!FindEntry(call, &position, &error)) return call.Fail(error);
+  if (position < 0) return 1;
+  if (!call.site.ContainerPageName(call.row.kind, position, &name, &error)) return call.Fail(error);
+  WriteFiltered(call.page, std::move(name));
+  return 1;
+}
+
+int ExpandItemReference(const TFieldCall& call) {
+  int position = -1;
+  std::string name;
+  TFieldError error;
+  if (!FindEntry(call, &position, &error)) return call.Fail(error);
+  if (position < 0) return 1;
+  if (!call.site.ItemPageName(position, &name, &error)) return call.Fail(error);
+  WriteFiltered(call.page, std::move(name));
+  return 1;
+}
+
+int ExpandOriginal(const TFieldCall& call) {
+  std::string name;
+  TFieldError error;
+  if (!call.site.ItemPageName(call.site.CurrentItem(call.row.kind), &name, &error)) {
+    return call.Fail(error);
+  }
+  if (call.site.SiteHolds(name)) WriteFiltered(call.page, std::move(name));
+  return 1;
+}
+
+}  // namespace brevant
