@@ -24,6 +24,7 @@ inline constexpr DWORD FILE_CURRENT = 1;
 inline constexpr DWORD FILE_END = 2;
 inline constexpr DWORD FILE_FLAG_SEQUENTIAL_SCAN = 0x08000000;
 inline constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;
+inline constexpr DWORD MOVEFILE_COPY_ALLOWED = 2;
 
 HANDLE CreateFileA(const char* name, DWORD access, DWORD share, void* security, DWORD creation,
                    DWORD flags, HANDLE templateFile);

@@ -10,6 +10,7 @@ inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x0010;
 inline constexpr DWORD FILE_ATTRIBUTE_ARCHIVE = 0x0020;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x0080;
 inline constexpr DWORD FILE_ATTRIBUTE_TEMPORARY = 0x0100;
+inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x0400;  // a symbolic link
 
 HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data);
 BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* data);
