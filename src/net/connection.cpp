@@ -1,0 +1,314 @@
+#include "net/connection.h"
+
+#include <algorithm>
+#include <cstring>
+
+using brevant::WaitEnd;
+namespace platform = brevant::platform;
+using platform::Readiness;
+
+namespace {
+
+TDestination MakeDestination(DWORD address, WORD port) {
+  TDestination destination{};
+  destination.sin_family = AF_INET;
+  destination.sin_port = htons(port);
+  destination.sin_addr.s_addr = address;
+  return destination;
+}
+
+}  // namespace
+
+TConnection::TConnection(DWORD timeout) : timeout_(timeout) {
+  Arm();
+  const SOCKET opened = socket(AF_INET, SOCK_STREAM, 0);
+  if (opened != INVALID_SOCKET) Adopt(opened);
+}
+
+TConnection::TConnection(SOCKET socket, DWORD timeout) : timeout_(timeout) { Adopt(socket); }
+
+TConnection::~TConnection() {
+  if (socket_ == INVALID_SOCKET) return;
+  // A call still in progress on another thread keeps the socket from closing on some systems.
+  while (closesocket(socket_) == SOCKET_ERROR && WSAGetLastError() == WSAEINPROGRESS) Sleep(0);
+}
+
+void TConnection::Adopt(SOCKET socket) {
+  socket_ = socket;
+  flags_ |= kSocketOpen;
+  platform::MakeNonBlocking(socket);
+  transport_ = brevant::MakePlainTransport(socket);
+}
+
+bool TConnection::WaitForSocket(Readiness wanted, DWORD armed) {
+  lastWait_ = brevant::WaitUntil(
+      [this, wanted](DWORD slice) { return platform::WaitForReadiness(socket_, wanted, slice); },
+      armed, continueFlag_);
+  return lastWait_ == WaitEnd::kReady;
+}
+
+int TConnection::Connect(DWORD address, WORD port) {
+  peer_ = MakeDestination(address, port);
+  return ConnectAgain();
+}
+
+int TConnection::ConnectAgain() {
+  const DWORD armed = Arm();
+  if (socket_ == INVALID_SOCKET) return 0;
+  int result = platform::ConnectNow(socket_, peer_);
+  if (result == platform::kWouldBlock) {
+    if (!WaitForSocket(Readiness::kWritable, armed)) return 0;
+    result = platform::ConnectResult(socket_);
+  }
+  if (result != 1) return 0;
+  flags_ |= kPeerConnected;
+  return 1;
+}
+
+int TConnection::Bind(DWORD address, WORD port) {
+  TDestination record = MakeDestination(address, port);
+  return Bind(&record);
+}
+
+int TConnection::Bind(TDestination* address) {
+  Arm();
+  if (socket_ == INVALID_SOCKET) return 0;
+  if (bind(socket_, reinterpret_cast<const sockaddr*>(address), sizeof *address) != 0) return 0;
+  return OwnAddress(address);
+}
+
+int TConnection::Listen(int backlog) {
+  return socket_ != INVALID_SOCKET && listen(socket_, backlog) == 0 ? 1 : 0;
+}
+
+std::unique_ptr<TConnection> TConnection::Accept(TDestination* peer) {
+  const DWORD armed = Arm();
+  if (socket_ == INVALID_SOCKET) return nullptr;
+  TDestination from{};
+  for (;;) {
+    bool wouldBlock = false;
+    const SOCKET accepted = platform::AcceptNow(socket_, &from, &wouldBlock);
+    if (accepted != INVALID_SOCKET) {
+      auto connection = std::make_unique<TConnection>(accepted, timeout_);
+      connection->flags_ |= kPeerConnected;
+      connection->peer_ = from;
+      connection->continueFlag_ = continueFlag_;
+      if (peer != nullptr) *peer = from;
+      return connection;
+    }
+    if (!wouldBlock || !WaitForSocket(Readiness::kReadable, armed)) return nullptr;
+  }
+}
+
+int TConnection::ReceiveInto(char* buffer, int size, DWORD armed) {
+  lastWait_ = WaitEnd::kReady;
+  if (transport_ == nullptr || size < 1) return brevant::kTransferFailed;
+  Readiness wanted = Readiness::kReadable;
+  bool wait = !transport_->HoldsBytes();
+  for (;;) {
+    // Most often the peer's answer is still on its way, so waiting first saves a call.
+    if (wait && !WaitForSocket(wanted, armed)) return brevant::kTransferFailed;
+    const int result = transport_->Receive(buffer, size);
+    if (result >= brevant::kTransferFailed) return result;
+    wanted = result == brevant::kWaitToWrite ? Readiness::kWritable : Readiness::kReadable;
+    wait = true;
+  }
+}
+
+int TConnection::FillBuffer(DWORD armed) {
+  if (buffer_ == nullptr) buffer_ = std::make_unique<char[]>(kReceiveRoom);
+  if (start_ == end_) {
+    start_ = end_ = 0;
+  } else if (end_ == kReceiveRoom) {
+    std::memmove(buffer_.get(), HeldBytes(), static_cast<std::size_t>(Held()));
+    end_ -= start_;
+    start_ = 0;
+  }
+  const int result = ReceiveInto(buffer_.get() + end_, kReceiveRoom - end_, armed);
+  if (result > 0) end_ += result;
+  return result;
+}
+
+void TConnection::Drop(int count) { start_ += count; }
+
+int TConnection::Receive(char* buffer, int size) {
+  const DWORD armed = Arm();
+  if (size < 1) return brevant::kTransferFailed;
+  if (Held() == 0) return ReceiveInto(buffer, size, armed);
+  const int count = Peek(buffer, size);
+  Drop(count);
+  return count;
+}
+
+int TConnection::Peek(char* buffer, int size) {
+  const DWORD armed = Arm();
+  if (size < 1) return brevant::kTransferFailed;
+  if (Held() == 0) {
+    const int result = FillBuffer(armed);
+    if (result < 1) return result;
+  }
+  const int count = std::min(size, Held());
+  std::memcpy(buffer, HeldBytes(), static_cast<std::size_t>(count));
+  return count;
+}
+
+int TConnection::PeekAhead(char* buffer, int size) {
+  const DWORD armed = Arm();
+  size = std::clamp(size, 0, kReceiveRoom);
+  int searched = 0;
+  for (;;) {
+    const int there = std::min(Held(), size);
+    if (there > searched && std::memchr(HeldBytes() + searched, '\n',
+                                        static_cast<std::size_t>(there - searched)) != nullptr)
+      break;
+    searched = there;
+    if (there == size || FillBuffer(armed) < 1) break;
+  }
+  const int count = std::min(Held(), size);
+  if (count > 0) std::memcpy(buffer, HeldBytes(), static_cast<std::size_t>(count));
+  return count;
+}
+
+bool TConnection::NextByte(char* byte, DWORD armed) {
+  if (Held() == 0 && FillBuffer(armed) < 1) return false;
+  *byte = *HeldBytes();
+  return true;
+}
+
+int TConnection::ReceiveLine(char* buffer, int size, bool keepTerminator) {
+  const DWORD armed = Arm();
+  if (buffer == nullptr || size < 1) return -1;
+  const int room = size - 1;
+  int stored = 0;
+  bool received = false;
+  char last = '\0';
+  while (NextByte(&last, armed)) {
+    if (stored == room) {
+      Drop(1);  // lost, as every byte that finds no room
+      break;
+    }
+    const char* from = HeldBytes();
+    const char* limit = from + std::min(Held(), room - stored);
+    const char* end = std::find_if(from, limit, [](char c) { return c == '\r' || c == '\n'; });
+    const int count = static_cast<int>(end - from);
+    std::memcpy(buffer + stored, from, static_cast<std::size_t>(count));
+    const bool terminated = end != limit;
+    if (terminated) last = *end;
+    stored += count;
+    received = true;
+    Drop(terminated ? count + 1 : count);
+    if (!terminated) continue;
+    if (keepTerminator) buffer[stored++] = last;
+    if (last == '\r' && NextByte(&last, armed) && last == '\n') {
+      Drop(1);
+      if (keepTerminator && stored < room) buffer[stored++] = last;
+    }
+    break;
+  }
+  buffer[stored] = '\0';
+  return received ? stored : -1;
+}
+
+int TConnection::ReceivePiece(char* buffer, int size) {
+  const DWORD armed = Arm();
+  if (buffer == nullptr || size < 2) return -1;
+  const int room = size - 1;
+  int stored = 0;
+  char next = '\0';
+  while (stored < room && NextByte(&next, armed)) {
+    const char* from = HeldBytes();
+    const auto limit = static_cast<std::size_t>(std::min(Held(), room - stored));
+    const void* feed = std::memchr(from, '\n', limit);
+    const int count = feed != nullptr ? static_cast<int>(static_cast<const char*>(feed) - from) + 1
+                                      : static_cast<int>(limit);
+    std::memcpy(buffer + stored, from, static_cast<std::size_t>(count));
+    stored += count;
+    Drop(count);
+    if (feed != nullptr) break;
+  }
+  buffer[stored] = '\0';
+  return stored > 0 ? stored : -1;
+}
+
+int TConnection::Send(const char* buffer, int size) {
+  const DWORD armed = Arm();
+  lastWait_ = WaitEnd::kReady;
+  if (transport_ == nullptr || size < 0) return brevant::kTransferFailed;
+  int sent = 0;
+  while (sent < size) {
+    const int result = transport_->Send(buffer + sent, size - sent);
+    if (result >= 0) {
+      sent += result;
+      continue;
+    }
+    if (result == brevant::kTransferFailed) return result;
+    const Readiness wanted =
+        result == brevant::kWaitToRead ? Readiness::kReadable : Readiness::kWritable;
+    if (!WaitForSocket(wanted, armed)) return brevant::kTransferFailed;
+  }
+  return sent;
+}
+
+int TConnection::SendTo(const char* buffer, int size, DWORD address, WORD port) {
+  const DWORD armed = Arm();
+  lastWait_ = WaitEnd::kReady;
+  if (socket_ == INVALID_SOCKET || size < 0) return brevant::kTransferFailed;
+  for (;;) {
+    const int result = platform::SendToNow(socket_, buffer, size, MakeDestination(address, port));
+    if (result != platform::kWouldBlock) return result;
+    if (!WaitForSocket(Readiness::kWritable, armed)) return brevant::kTransferFailed;
+  }
+}
+
+int TConnection::OwnAddress(TDestination* address) const {
+  return socket_ != INVALID_SOCKET && platform::OwnAddress(socket_, address) ? 1 : 0;
+}
+
+const servent* TConnection::ServiceByName(const char* name, const char* protocol) {
+  return getservbyname(name, protocol);
+}
+
+const servent* TConnection::ServiceByPort(WORD port, const char* protocol) {
+  return getservbyport(htons(port), protocol);
+}
+
+void TConnection::FinishSending(DWORD milliseconds) {
+  if (socket_ == INVALID_SOCKET || (flags_ & kPeerConnected) == 0) return;
+  shutdown(socket_, SD_SEND);
+  const DWORD end = GetTickCount() + milliseconds;
+  std::array<char, 4096> dropped;
+  for (;;) {
+    const auto remaining = static_cast<LONG>(end - GetTickCount());
+    if (remaining <= 0) return;
+    if (!platform::WaitForReadiness(socket_, Readiness::kReadable, static_cast<DWORD>(remaining)))
+      return;
+    const int result =
+        platform::ReceiveNow(socket_, dropped.data(), static_cast<int>(dropped.size()));
+    if (result == 0 || result == SOCKET_ERROR) return;
+  }
+}
+
+void TConnection::SendWithoutDelay() {
+  if (socket_ != INVALID_SOCKET) platform::SendWithoutDelay(socket_);
+}
+
+namespace brevant {
+
+int StartNetwork() {
+  constexpr WORD kVersion = 257;  // 1.1
+  WSADATA data;
+  return WSAStartup(kVersion, &data) == 0 ? 1 : 0;
+}
+
+int StopNetwork() { return WSACleanup() == 0 ? 1 : 0; }
+
+std::unique_ptr<TConnection> ConnectTo(const TDestination& destination, DWORD timeout,
+                                       const std::atomic<int>* flag) {
+  auto connection = std::make_unique<TConnection>(timeout);
+  connection->SetContinueFlag(flag);
+  if (connection->Connect(destination.sin_addr.s_addr, ntohs(destination.sin_port)) == 0)
+    return nullptr;
+  return connection;
+}
+
+}  // namespace brevant
