@@ -1,0 +1,65 @@
+// The host's commands. Each returns the exit code of the program and throws UserError for what the
+// user can mend.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+inline constexpr int kExitSuccess = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+struct InitOptions {
+  std::string directory;
+  std::string name;       // empty: the directory's own name
+  std::string templates;  // empty: those that come with the program
+};
+int InitCommand(const InitOptions& options);
+
+struct RunOptions {
+  std::string directory;
+  std::vector<std::string> tasks;  // empty: all
+  bool verbose = false;
+};
+int RunCommand(const RunOptions& options);
+// The names that RunOptions::tasks may hold, in the order in which they run.
+std::vector<std::string> RunTaskNames();
+
+struct ForumOptions {
+  std::string directory;
+  std::string name;
+  std::string newName;
+  std::optional<std::string> description;
+  std::optional<std::string> prefix;
+  std::optional<unsigned> maximum;
+};
+int ForumListCommand(const ForumOptions& options);
+int ForumCreateCommand(const ForumOptions& options);
+int ForumShowCommand(const ForumOptions& options);
+int ForumRenameCommand(const ForumOptions& options);
+int ForumDeleteCommand(const ForumOptions& options);
+
+struct PostOptions {
+  std::string directory;
+  std::string forum;
+  std::string from;
+  std::string subject;
+  std::string file;  // "-": standard input
+  bool html = false;
+  unsigned replyTo = 0;  // number of the message answered; 0: none
+};
+int PostCommand(const PostOptions& options);
+
+struct ConfigOptions {
+  std::string directory;
+  std::string key;    // get: empty for all
+  std::string value;  // "-" as a password: read from standard input
+};
+int ConfigGetCommand(const ConfigOptions& options);
+int ConfigSetCommand(const ConfigOptions& options);
+int ConfigListCommand();
+
+}  // namespace host

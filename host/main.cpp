@@ -1,0 +1,147 @@
+// brevant-host: makes a board, edits it and runs the library's tasks on it.
+#include "board_directory.h"
+#include "commands.h"
+#include "console.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <iostream>
+
+namespace {
+
+constexpr const char* kExamples = R"(
+Examples:
+  brevant-host init myboard --name "My Board"
+  brevant-host forum create myboard "General Talk" --description "Anything goes"
+  brevant-host post myboard "General Talk" --from "Ann <ann@example.org>" \
+      --subject Hello --file hello.txt
+  brevant-host run myboard html                 pages in myboard/Site
+
+  brevant-host config myboard set "POP3 Server" mail.example.org
+  brevant-host config myboard set "POP3 Account" board
+  brevant-host config myboard set "POP3 Password" -        (read from standard input)
+  brevant-host run myboard                      the whole round, for example from cron
+
+Exit code: 0 success, 1 something failed, 2 wrong use of the command, 128 + signal when interrupted.)";
+
+using Action = std::function<int()>;
+
+void AddInit(CLI::App& app, Action& action) {
+  auto options = std::make_shared<host::InitOptions>();
+  CLI::App* command = app.add_subcommand("init", "Make a board in a new or empty directory");
+  command->add_option("DIR", options->directory, "directory of the board")->required();
+  command->add_option("--name", options->name, "name of the board (else that of the directory)");
+  command->add_option("--templates", options->templates, "directory with templates to start from");
+  command->callback(
+      [options, &action] { action = [options] { return host::InitCommand(*options); }; });
+}
+
+void AddRun(CLI::App& app, Action& action) {
+  auto options = std::make_shared<host::RunOptions>();
+  CLI::App* command =
+      app.add_subcommand("run", "Run the board's tasks: retrieve, dispatch, html, files, deliver");
+  command->add_option("DIR", options->directory, "directory of the board")->required();
+  command->add_option("TASK", options->tasks,
+                      "retrieve: fetch mail; dispatch: pass posts on to mailing lists; html: "
+                      "generate the site; files: remove unused files of the site (with html only); "
+                      "deliver: upload the site. Without a name all five in that order");
+  command->add_flag("-v,--verbose", options->verbose, "print every step");
+  command->callback(
+      [options, &action] { action = [options] { return host::RunCommand(*options); }; });
+}
+
+void AddForum(CLI::App& app, Action& action) {
+  auto options = std::make_shared<host::ForumOptions>();
+  CLI::App* group = app.add_subcommand("forum", "Create, list, show, rename or delete forums");
+  group->require_subcommand(1);
+  auto add = [&](const char* name, const char* what, int (*function)(const host::ForumOptions&)) {
+    CLI::App* command = group->add_subcommand(name, what);
+    command->add_option("DIR", options->directory, "directory of the board")->required();
+    command->callback(
+        [options, &action, function] { action = [=] { return function(*options); }; });
+    return command;
+  };
+  add("list", "List the forums", host::ForumListCommand);
+  CLI::App* create = add("create", "Make a forum", host::ForumCreateCommand);
+  create->add_option("NAME", options->name, "name of the forum")->required();
+  create->add_option("--description", options->description, "one line about the forum");
+  create->add_option("--prefix", options->prefix, "how the names of its pages begin");
+  create->add_option("--maximum", options->maximum, "messages kept; the oldest goes first (16)")
+      ->check(CLI::Range(1u, 1000000000u));
+  CLI::App* show = add("show", "Show a forum and its messages", host::ForumShowCommand);
+  show->add_option("NAME", options->name, "name of the forum")->required();
+  CLI::App* rename = add("rename", "Rename a forum", host::ForumRenameCommand);
+  rename->add_option("NAME", options->name, "name of the forum")->required();
+  rename->add_option("NEWNAME", options->newName, "its new name")->required();
+  CLI::App* remove = add("delete", "Delete a forum with its messages", host::ForumDeleteCommand);
+  remove->add_option("NAME", options->name, "name of the forum")->required();
+}
+
+void AddPost(CLI::App& app, Action& action) {
+  auto options = std::make_shared<host::PostOptions>();
+  CLI::App* command = app.add_subcommand("post", "Post a message to a forum without mail");
+  command->add_option("DIR", options->directory, "directory of the board")->required();
+  command->add_option("FORUM", options->forum, "name of the forum")->required();
+  command->add_option("--from", options->from, "author, as in \"Ann <ann@example.org>\"")
+      ->required();
+  command->add_option("--subject", options->subject, "subject of the message")->required();
+  command->add_option("--file", options->file, "file with the text; - reads standard input")
+      ->default_val("-");
+  command->add_flag("--html", options->html, "the text is HTML");
+  command->add_option("--reply-to", options->replyTo, "number of the message this one answers");
+  command->callback(
+      [options, &action] { action = [options] { return host::PostCommand(*options); }; });
+}
+
+void AddConfig(CLI::App& app, Action& action) {
+  auto options = std::make_shared<host::ConfigOptions>();
+  CLI::App* group = app.add_subcommand("config", "Read and write the board's settings");
+  group->add_option("DIR", options->directory, "directory of the board")->required();
+  group->require_subcommand(1);
+  CLI::App* get = group->add_subcommand("get", "Print one setting, or all");
+  get->add_option("KEY", options->key, "name of the setting");
+  get->callback(
+      [options, &action] { action = [options] { return host::ConfigGetCommand(*options); }; });
+  CLI::App* set = group->add_subcommand("set", "Change a setting");
+  set->add_option("KEY", options->key, "name of the setting")->required();
+  set->add_option("VALUE", options->value, "new value; - reads a password from standard input")
+      ->required();
+  set->callback(
+      [options, &action] { action = [options] { return host::ConfigSetCommand(*options); }; });
+  CLI::App* list = group->add_subcommand("list", "Print what each setting means");
+  list->callback([&action] { action = [] { return host::ConfigListCommand(); }; });
+}
+
+int Main(int argc, char** argv) {
+  CLI::App app("Runs web bulletin boards as static sites: mail in, pages out.", "brevant-host");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "brevant-host " BREVANT_VERSION);
+  app.require_subcommand(1);
+  Action action;
+  AddInit(app, action);
+  AddRun(app, action);
+  AddForum(app, action);
+  AddPost(app, action);
+  AddConfig(app, action);
+  if (argc == 1) {
+    std::cout << app.help();
+    return host::kExitUsage;
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? host::kExitSuccess : host::kExitUsage;
+  }
+  return action();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Main(argc, argv);
+  } catch (const std::exception& error) {
+    host::PrintError(error.what());
+  }
+  return host::kExitFailure;
+}
