@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -111,7 +112,7 @@ class TBoardCache {
   TCommitObserver observer_;
   std::vector<std::shared_ptr<TEntry>> entries_;  // longest unused first
   std::vector<TKey> givenUp_;
-  std::vector<std::pair<TBoardKind, std::vector<std::string>>> names_;
+  std::map<TBoardKind, std::vector<std::string>> names_;
 };
 
 }  // namespace brevant

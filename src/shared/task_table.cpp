@@ -4,7 +4,15 @@
 
 namespace brevant {
 
-// One row for each task, in the order in which CreateTask compares the names.
-std::span<const TTaskEntry> TaskTable() { return {}; }
+namespace {
+
+// In the order in which CreateTask compares the names.
+constexpr TTaskEntry kTasks[] = {
+    {"MAIL RETRIEVAL", MakeMailRetrievalTask},
+};
+
+}  // namespace
+
+std::span<const TTaskEntry> TaskTable() { return kTasks; }
 
 }  // namespace brevant

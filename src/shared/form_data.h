@@ -1,0 +1,25 @@
+// Web forms that arrive by mail: name=value pairs, URL-encoded.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brevant {
+
+struct TFormField {
+  std::string name;
+  std::string value;
+};
+
+// The fields of a URL-encoded form in their order, at most kMostFormFields of them. Line breaks
+// that mail put into the text are no part of it. A "%" that two hexadecimal digits do not follow
+// stands for itself; a field without "=" has an empty value. Zero bytes become blanks.
+inline constexpr std::size_t kMostFormFields = 256;
+std::vector<TFormField> ParseUrlEncoded(std::string_view text);
+
+// Whether a form may set an item's value of that name: not what the board itself relies on, and no
+// name that is empty, too long for a record or holds a control character.
+bool FormMaySet(std::string_view name);
+
+}  // namespace brevant

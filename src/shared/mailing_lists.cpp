@@ -1,0 +1,51 @@
+#include "shared/mailing_lists.h"
+
+#include "store/ascii.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace brevant {
+
+std::vector<TMailingListEntry> MailingListEntries(TForum& forum) {
+  std::vector<TMailingListEntry> entries;
+  const std::unique_ptr<TListItemSearcher, decltype(&EndMailingListSearch)> search(
+      StartMailingListSearch(&forum), EndMailingListSearch);
+  if (!search) return entries;
+  for (TMailingListSearchResult found = FindFirstMailingList(search.get()); found.key != nullptr;
+       found = FindNextMailingList(search.get())) {
+    entries.push_back({found.key, found.name != nullptr ? found.name : ""});
+  }
+  return entries;
+}
+
+const std::string& EntryAddress(const TMailingListEntry& entry) {
+  const auto isAddress = [](const std::string& text) {
+    return text.find('@') != std::string::npos;
+  };
+  return !isAddress(entry.key) && isAddress(entry.name) ? entry.name : entry.key;
+}
+
+bool IsListAddress(std::string_view address) {
+  // A record of 256 bytes holds the key, a zero byte and the name.
+  constexpr std::size_t kLongestAddress = 253;
+  return !address.empty() && address.size() <= kLongestAddress && address.back() != '*' &&
+         address.find('@') != std::string_view::npos &&
+         std::none_of(address.begin(), address.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
+}
+
+int SubscribeAddress(TForum& forum, const std::string& address, const std::string& name) {
+  return AddMailingList(address.c_str(), name.c_str(), &forum);
+}
+
+void UnsubscribeAddress(TForum& forum, const std::string& address) {
+  for (const TMailingListEntry& entry : MailingListEntries(forum)) {
+    // A key that ends in "*" would take other entries along.
+    if (EqualsIgnoreCase(EntryAddress(entry), address) && !entry.key.ends_with('*')) {
+      RemoveMailingList(entry.key.c_str(), &forum);
+    }
+  }
+}
+
+}  // namespace brevant

@@ -1,0 +1,276 @@
+#include "shared/mailtask.h"
+
+#include "frame/reporting.h"
+#include "platform/win32.h"
+#include "shared/mailing_lists.h"
+#include "shared/subject_tag.h"
+#include "shared/task_makers.h"
+#include "store/ascii.h"
+
+#include <new>
+
+using brevant::EqualsIgnoreCase;
+using brevant::TBoardCache;
+using brevant::TBoardKind;
+using brevant::TMailHeaders;
+using brevant::TMailRoute;
+using brevant::TMessageReader;
+using brevant::TReadResult;
+
+namespace {
+
+constexpr const char* kModule = "..\\shared\\mailtask.cpp";
+// Stands for the protocol's own port.
+constexpr WORD kDefaultPort = 0xFFFF;
+
+WORD Port(const TSetup& setup) {
+  const DWORD port = setup.Number("POP3 Port");
+  return port > 0 && port < kDefaultPort ? static_cast<WORD>(port) : kDefaultPort;
+}
+
+}  // namespace
+
+struct TMailRetrievalTask::TRun {
+  explicit TRun(TSetup& setup)
+      : localDirectory(setup.String("Local Directory")),
+        attachments(setup.Integer("Allow attachment - forum") != 0),
+        keepUnsaved(setup.Integer("Keep Unsaved Mail") != 0),
+        boardName(setup.String("BBS Name")),
+        cache(setup.String("Data Directory")) {}
+
+  std::string localDirectory;
+  bool attachments;
+  bool keepUnsaved;
+  std::string boardName;
+  brevant::TFilingLedger ledger;
+  TBoardCache cache;
+};
+
+TMailRetrievalTask::TMailRetrievalTask(TSetup* setup, TPersistentState* state)
+    : TTask(setup, state) {
+  client_.SetContinueFlag(&continue_);
+}
+
+void TMailRetrievalTask::Abort() {
+  client_.Interrupt();
+  TTask::Abort();
+}
+
+void TMailRetrievalTask::TraceHere(const std::source_location& where) {
+  brevant::Trace(state_, kModule, static_cast<int>(where.line()));
+}
+
+int TMailRetrievalTask::Execute() {
+  if (setup_ == nullptr) return 0;
+  try {
+    return ExecuteRun();
+  } catch (...) {
+    // Without "QUIT" the server keeps every message: rather twice than never.
+    client_.TProtocol::Disconnect();
+    return 0;
+  }
+}
+
+int TMailRetrievalTask::ExecuteRun() {
+  loggedOn_ = failed_ = broken_ = false;
+  handled_ = 0;
+  TraceHere();
+  DisplayProgress(0, 100);
+  const std::string server = setup_->String("POP3 Server");
+  DisplayStatus("Connecting to %s", server.c_str());
+  if (LogOn(server)) {
+    TraceHere();
+    loggedOn_ = true;
+    DisplayHistory("Logged onto %s successfully", server.c_str());
+    TRun run(*setup_);
+    WatchCommits(run);
+    WalkMailbox(run);
+    LogOff(run);
+  } else {
+    if (!Aborted()) {
+      DisplayHistory("Cannot log onto %s", server.c_str());
+      if (state_ != nullptr) state_->Error("Cannot log onto %s", server.c_str());
+    }
+    TraceHere();
+  }
+  if (!Aborted() && handled_ == 0) {
+    DisplayHistory("Found no new message");
+    if (state_ != nullptr) state_->Result("Found no new message");
+  }
+  DisplayProgress(0, 0);
+  return !Aborted() && loggedOn_ && !failed_ ? 1 : 0;
+}
+
+bool TMailRetrievalTask::LogOn(const std::string& server) {
+  if (setup_->Integer("Standard POP3 Mode") != 0) {
+    client_.Status() |= kStatusStandardMode;
+  } else {
+    client_.Status() &= ~static_cast<DWORD>(kStatusStandardMode);
+  }
+  const std::string password = setup_->String("POP3 Password");
+  const TSecurityInfos security(setup_->String("POP3 Account"), password.c_str());
+  return client_.Connect(server.c_str(), security, Port(*setup_)) != 0;
+}
+
+void TMailRetrievalTask::WatchCommits(TRun& run) {
+  run.cache.SetCommitObserver([this, &run](TBoardKind kind, const std::string& name, bool safe) {
+    if (safe) {
+      run.ledger.Committed(kind, name);
+    } else {
+      run.ledger.Lost(kind, name);
+      CannotKeep(name);
+    }
+  });
+}
+
+void TMailRetrievalTask::WalkMailbox(TRun& run) {
+  if (client_.MessageCount() <= 0) return;
+  for (int found = client_.GetFirst(); found != 0 && !Aborted(); found = client_.GetNext()) {
+    DisplayStatus("Scanning mailbox for new messages");
+    DisplayProgress(client_.CurrentMessage(), client_.MessageCount());
+    const std::string messageId =
+        client_.MessageId() != nullptr ? client_.MessageId() : std::string();
+    const bool deleted = HandleMessage(run);
+    TraceHere();
+    if (!deleted && state_ != nullptr) state_->String("POP3 Last Message ID", messageId.c_str());
+    if (broken_) break;
+  }
+}
+
+// Whether the message was deleted from the mailbox.
+bool TMailRetrievalTask::HandleMessage(TRun& run) {
+  const TMailHeaders headers = TMailHeaders::Of(client_);
+  const TMailRoute route = routes_.Find(headers, run.boardName, run.cache);
+  switch (route.kind) {
+    case TMailRoute::TKind::kOwn:
+      return DeleteMessage(run);
+    case TMailRoute::TKind::kForum:
+      return HandleForumPost(run, headers, route);
+    case TMailRoute::TKind::kStray:
+      break;
+  }
+  return false;
+}
+
+bool TMailRetrievalTask::HandleForumPost(TRun& run, const TMailHeaders& headers,
+                                         const TMailRoute& route) {
+  ++handled_;
+  TMail mail;
+  if (run.cache.GivenUp(TBoardKind::kForum, route.forum) ||
+      mail.OpenTemporary(static_cast<int>(STGM_DELETEONRELEASE)) == 0) {
+    return CannotKeep(route.forum);
+  }
+  TraceHere();
+  TMessageReader reader(client_, run.localDirectory, continue_);
+  DisplayStatus("Retrieving \"%s\"", headers.subject.c_str());
+  TraceHere();
+  const TReadResult result = reader.Read(mail, run.attachments);
+  if (result == TReadResult::kRead) {
+    if (SetLinkId(mail, route)) return FileMessage(run, mail, headers, route, reader);
+    reader.RemoveFiles();
+  }
+  if (result == TReadResult::kRead || result == TReadResult::kUnwritable) {
+    return CannotKeep(route.forum);
+  }
+  broken_ = result == TReadResult::kBroken;
+  if (!Aborted()) DisplayHistory("Cannot retrieve \"%s\"", headers.subject.c_str());
+  return false;
+}
+
+// The message stays in the mailbox because it could not be written safely.
+bool TMailRetrievalTask::CannotKeep(const std::string& forumName) {
+  DisplayHistory("Cannot save message to [%s]", forumName.c_str());
+  failed_ = true;
+  return false;
+}
+
+bool TMailRetrievalTask::SetLinkId(TMail& mail, const TMailRoute& route) {
+  const LONG answered = brevant::TagLinkId(brevant::ParseSubjectTag(route.header));
+  return answered <= 0 || mail.Number("LINK ID", answered) == 1;
+}
+
+bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders& headers,
+                                     const TMailRoute& route, TMessageReader& reader) {
+  const LONG number = client_.CurrentMessage();
+  const std::string subject = mail.String("SUBJECT");
+  const bool listRequest =
+      EqualsIgnoreCase(subject, "Subscribe") || EqualsIgnoreCase(subject, "Unsubscribe");
+  bool saved = false;
+  TraceHere();
+  if (TBoardCache::THandle forum = run.cache.Open(TBoardKind::kForum, route.forum)) {
+    saved = listRequest ? ChangeMailingList(*forum, mail) : forum->InsertMessage(mail) != 0;
+    if (listRequest || !saved) reader.RemoveFiles();
+    // Letting go of the forum may commit it; the ledger must know of the message by then.
+    if (saved) run.ledger.Filed(TBoardKind::kForum, forum.Name(), number, reader.Files());
+  } else {
+    reader.RemoveFiles();
+  }
+  if (run.ledger.MustStay(number)) return false;
+  if (!saved) {
+    DisplayHistory("Cannot save message to [%s]", route.forum.c_str());
+    if (run.keepUnsaved) return false;
+  } else if (!listRequest) {
+    DisplayHistory("Retrieved \"%s\" successfully", headers.subject.c_str());
+  }
+  return DeleteMessage(run);
+}
+
+// "Subscribe" or "Unsubscribe": adds the sender to the forum's mailing list or removes the sender.
+// An address that may not stand on a list is reported, and the request is done with. Whether the
+// request needs no other try.
+bool TMailRetrievalTask::ChangeMailingList(TForum& forum, TMail& mail) {
+  const bool subscribe = EqualsIgnoreCase(mail.String("SUBJECT"), "Subscribe");
+  const std::string address = mail.String("From Email Address");
+  if (!brevant::IsListAddress(address)) {
+    DisplayHistory(
+        subscribe ? "Cannot subscribe \"%s\" to [%s]" : "Cannot unsubscribe \"%s\" from [%s]",
+        address.c_str(), forum.String("Name"));
+    return true;
+  }
+  if (subscribe) {
+    return brevant::SubscribeAddress(forum, address, mail.String("From Name")) != 0;
+  }
+  brevant::UnsubscribeAddress(forum, address);
+  return true;
+}
+
+bool TMailRetrievalTask::DeleteMessage(TRun& run) {
+  const LONG number = client_.CurrentMessage();
+  if (client_.DeleteCurrent() == 0) return false;
+  run.ledger.Deleted(number);
+  return true;
+}
+
+// Mail leaves the mailbox only after it is safe on disk: "QUIT" goes out behind the last commit.
+void TMailRetrievalTask::LogOff(TRun& run) {
+  TraceHere();
+  run.cache.CloseAll();
+  TraceHere();
+  if (run.ledger.AnyLost() && !DeleteSafeOnly(run)) {
+    client_.TProtocol::Disconnect();
+  } else {
+    client_.Disconnect();
+  }
+}
+
+// Takes every deletion back and deletes again what was filed safely. Without it being certain that
+// the server has done so, the connection must end without "QUIT".
+bool TMailRetrievalTask::DeleteSafeOnly(TRun& run) {
+  if (Aborted()) return false;
+  client_.SendCommand("RSET", nullptr);
+  if (client_.GetResponse(nullptr, 0, 1) == 0) return false;
+  for (const LONG number : run.ledger.SafeDeletions()) {
+    if (Aborted()) return false;
+    client_.SendCommand("DELE", std::to_string(number).c_str());
+    client_.GetResponse(nullptr, 0, 1);
+  }
+  return !Aborted();
+}
+
+TTask* brevant::MakeMailRetrievalTask(TSetup* setup, TPersistentState* state) {
+  try {
+    return new TMailRetrievalTask(setup, state);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}

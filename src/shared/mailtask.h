@@ -1,0 +1,55 @@
+// The mail retrieval task: takes the board's mail out of its mailbox.
+#pragma once
+
+#include "shared/board_cache.h"
+#include "shared/filing_ledger.h"
+#include "shared/mail_routes.h"
+#include "shared/message_reader.h"
+
+#include <brevant/frame.h>
+#include <brevant/net.h>
+
+#include <source_location>
+#include <string>
+
+class TMailRetrievalTask : public TTask {
+ public:
+  TMailRetrievalTask(TSetup* setup, TPersistentState* state);
+
+  // One pass over the mailbox: 1 when the task was not aborted, the log-on succeeded and everything
+  // that was to be filed could be written safely, else 0.
+  int Execute() override;
+  // Ends every wait of the connection. What was filed is still committed, and "QUIT" still sent.
+  void Abort() override;
+
+  TMIMEEnabledPOP3& Client() { return client_; }
+
+ private:
+  // What one pass works with.
+  struct TRun;
+
+  int ExecuteRun();
+  bool LogOn(const std::string& server);
+  void WatchCommits(TRun& run);
+  void WalkMailbox(TRun& run);
+  bool HandleMessage(TRun& run);
+  bool HandleForumPost(TRun& run, const brevant::TMailHeaders& headers,
+                       const brevant::TMailRoute& route);
+  bool SetLinkId(TMail& mail, const brevant::TMailRoute& route);
+  bool FileMessage(TRun& run, TMail& mail, const brevant::TMailHeaders& headers,
+                   const brevant::TMailRoute& route, brevant::TMessageReader& reader);
+  bool ChangeMailingList(TForum& forum, TMail& mail);
+  bool CannotKeep(const std::string& forumName);
+  bool DeleteMessage(TRun& run);
+  void LogOff(TRun& run);
+  bool DeleteSafeOnly(TRun& run);
+  void TraceHere(const std::source_location& where = std::source_location::current());
+  bool Aborted() const { return continue_ == 0; }
+
+  TMIMEEnabledPOP3 client_;
+  brevant::TMailRoutes routes_;
+  bool loggedOn_ = false;
+  bool failed_ = false;  // something could not be made safe
+  bool broken_ = false;  // the walk cannot go on
+  int handled_ = 0;
+};

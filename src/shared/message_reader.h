@@ -1,0 +1,69 @@
+// Reads the current message of the mailbox into one item of the board.
+#pragma once
+
+#include "shared/attachment_store.h"
+#include "shared/form_data.h"
+#include "shared/message_text.h"
+
+#include <brevant/board.h>
+#include <brevant/net.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace brevant {
+
+enum class TReadResult {
+  kRead,
+  kRefused,     // the server does not give the message out; the connection stands
+  kBroken,      // the connection failed, or the task was aborted, before the message's end
+  kUnwritable,  // the message was read, but its text or a file of it could not be written whole
+};
+
+class TMessageReader {
+ public:
+  // localDirectory: where attachments go, with its final separator. The flag is the task's.
+  TMessageReader(TMIMEEnabledPOP3& client, std::string localDirectory,
+                 const std::atomic<int>& continueFlag);
+
+  // Opens the client's current message and reads it to its end into mail, an open temporary item.
+  // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
+  TReadResult Read(TMail& mail, bool attachmentsAllowed);
+
+  // The paths of the files that the last message left in the local directory.
+  const std::vector<std::string>& Files() const { return files_; }
+  // Removes them: the message is not going to be filed.
+  void RemoveFiles();
+
+ private:
+  enum class TPartKind { kSkipped, kHtml, kPlain, kForm, kFile };
+
+  void CopyHeaders(TMail& mail);
+  TPartKind PartKind() const;
+  void ReadPart(TMail& mail, TMessageText& text, bool attachmentsAllowed);
+  void ReadTextPart(TMessageText& text, bool html);
+  void ReadFormPart();
+  void ReadFilePart(TMail& mail);
+  bool ReceiveFile(TNewFile& file);
+  bool ReceiveImage(TNewFile& file, std::string_view extension);
+  bool RecordAttachment(TMail& mail, const std::string& storedName, const std::string& shownName);
+  void ApplyForm(TMail& mail, TMessageText& text);
+  template <typename TSink>
+  bool ReceivePart(TSink&& sink);
+  bool SetText(TMail& mail, const char* key, const std::string& value);
+  bool MayGoOn() const;
+  void Drain();
+
+  TMIMEEnabledPOP3& client_;
+  std::string localDirectory_;
+  const std::atomic<int>& continueFlag_;
+  bool written_ = true;  // everything so far could be written
+  std::string buffer_;
+  std::string form_;
+  std::string formCharset_;
+  std::vector<std::string> files_;
+  std::vector<TInlineImage> images_;
+};
+
+}  // namespace brevant

@@ -1,0 +1,69 @@
+// How the text parts of one mail become one item's content.
+#pragma once
+
+#include <brevant/board.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brevant {
+
+// An image that a mail brought: its stored name, the name that is shown where it cannot be, and the
+// identifier ("cid:...") by which the mail's HTML refers to it, or an empty text.
+struct TInlineImage {
+  std::string storedName;
+  std::string shownName;
+  std::string contentId;
+};
+
+// Writes an item's content as its parts are read. An HTML part replaces plain text; a further part
+// of the same type is appended; plain text after HTML (the footer of a mailing list) is appended
+// escaped, its lines ended with <br>.
+class TMessageText {
+ public:
+  explicit TMessageText(TMail& mail) : mail_(mail) {}
+
+  // Starts a part; charset null or empty counts as iso-8859-1.
+  void BeginPart(bool html, const char* charset);
+  void Append(std::string_view text);
+  void EndPart();
+  // Writes what is still buffered, the references of the images (into HTML only), "Document Type"
+  // and, when there was a text part, "CHARSET". False when something could not be written whole.
+  bool Finish(const std::vector<TInlineImage>& images);
+
+  // Whether no part has given any text.
+  bool Empty() const { return empty_; }
+  // False from the first failed write on.
+  bool Good() const { return good_; }
+
+ private:
+  enum class TMode { kCopy, kEscape };
+
+  void Put(std::string_view text);
+  void PutEscaped(std::string_view text);
+  void Flush();
+  void Restart();
+  std::vector<TInlineImage> ReplaceContentIds(const std::vector<TInlineImage>& images);
+
+  TMail& mail_;
+  std::string buffer_;
+  std::string charset_;
+  TMode mode_ = TMode::kCopy;
+  bool html_ = false;
+  bool started_ = false;
+  bool empty_ = true;
+  bool good_ = true;
+  char last_ = '\n';  // of the content so far
+  bool carriageReturn_ = false;
+};
+
+// The text with the characters that mean something in HTML as entities.
+std::string EscapeHtml(std::string_view text);
+
+// html with every "cid:" reference to contentId (its "cid:" included) replaced by name; count says
+// how often.
+std::string ReplaceContentId(std::string_view html, std::string_view contentId,
+                             std::string_view name, int& count);
+
+}  // namespace brevant
