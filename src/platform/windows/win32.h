@@ -2,3 +2,10 @@
 #pragma once
 
 #include <brevant/platform_types.h>
+
+namespace brevant {
+
+// The platform's own profile functions decide when they write.
+inline void SetProfileSync(const char*, bool) {}
+
+}  // namespace brevant
