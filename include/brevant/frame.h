@@ -40,8 +40,6 @@ class BREVANT_API TSetup {
   virtual DWORD DefaultNumber(const char* key) const;
 
   TTime LastModifyTime() const;
-
- protected:
   // The profile file: the program directory and the file name given.
   const char* Path() const { return path_; }
 
