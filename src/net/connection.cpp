@@ -169,9 +169,9 @@ int TConnection::PeekAhead(char* buffer, int size) {
   return count;
 }
 
-bool TConnection::NextByte(char* byte, DWORD armed) {
+bool TConnection::NextByte(char* next, DWORD armed) {
   if (Held() == 0 && FillBuffer(armed) < 1) return false;
-  *byte = *HeldBytes();
+  *next = *HeldBytes();
   return true;
 }
 

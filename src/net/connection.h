@@ -103,7 +103,7 @@ class TConnection {
   const char* HeldBytes() const { return buffer_.get() + start_; }
   void Drop(int count);
   // The next byte held, waiting for one if need be; false when none came.
-  bool NextByte(char* byte, DWORD armed);
+  bool NextByte(char* next, DWORD armed);
   void StoreHost(const brevant::platform::HostEntry& entry);
 
   SOCKET socket_ = INVALID_SOCKET;
