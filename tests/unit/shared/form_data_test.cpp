@@ -1,0 +1,76 @@
+#include "shared/form_data.h"
+
+#include <gtest/gtest.h>
+
+namespace brevant {
+namespace {
+
+std::string Joined(std::string_view text) {
+  std::string joined;
+  for (const TFormField& field : ParseUrlEncoded(text)) {
+    joined += "[" + field.name + "|" + field.value + "]";
+  }
+  return joined;
+}
+
+TEST(FormData, FieldsComeInTheirOrder) {
+  EXPECT_EQ(Joined("Subject=Hello&Address=http%3A%2F%2Fa"), "[Subject|Hello][Address|http://a]");
+}
+
+TEST(FormData, PlusIsABlankAndPercentAByte) {
+  EXPECT_EQ(Joined("a+b=c%20d%2b%E4"), "[a b|c d+\xE4]");
+}
+
+TEST(FormData, MalformedPercentStandsForItself) {
+  EXPECT_EQ(Joined("a=%"), "[a|%]");
+  EXPECT_EQ(Joined("a=%4"), "[a|%4]");
+  EXPECT_EQ(Joined("a=%zz&b=%s%n"), "[a|%zz][b|%s%n]");
+}
+
+TEST(FormData, PercentAtTheVeryEndDecodes) { EXPECT_EQ(Joined("a=%41"), "[a|A]"); }
+
+TEST(FormData, LineBreaksOfTheMailAreNoPartOfIt) {
+  EXPECT_EQ(Joined("a=12\r\n34&b\r\n=5\r\n"), "[a|1234][b|5]");
+}
+
+TEST(FormData, EmptyFieldsAreSkippedAndMissingValuesEmpty) {
+  EXPECT_EQ(Joined("&&a&b=&=c&"), "[a|][b|][|c]");
+  EXPECT_EQ(Joined(""), "");
+}
+
+TEST(FormData, OnlyTheFirstEqualsSignSeparates) { EXPECT_EQ(Joined("a=b=c"), "[a|b=c]"); }
+
+TEST(FormData, ZeroBytesBecomeBlanks) { EXPECT_EQ(Joined("a=x%00y"), "[a|x y]"); }
+
+TEST(FormData, FieldsAreBounded) {
+  std::string text;
+  for (int i = 0; i < 10000; ++i) text += "f=1&";
+  EXPECT_EQ(ParseUrlEncoded(text).size(), kMostFormFields);
+}
+
+TEST(FormData, WhatTheBoardReliesOnIsNeverSet) {
+  for (const char* name :
+       {"Name", "LINK ID", "Sent to mailing list", "Vote Count", "Document Type", "CHARSET",
+        "Header Charset", "FROM", "TO", "E-Mail Address", "Creation time", "Last Modify Time",
+        "name", "link id", "sent TO mailing LIST", "from", "charset", "CREATION TIME"}) {
+    EXPECT_FALSE(FormMaySet(name)) << name;
+  }
+}
+
+TEST(FormData, OtherNamesMayBeSet) {
+  for (const char* name :
+       {"Subject", "Address", "Size", "Color", "My field", "From where", "Nam"}) {
+    EXPECT_TRUE(FormMaySet(name)) << name;
+  }
+}
+
+TEST(FormData, NamesThatNoRecordCanHoldAreRefused) {
+  EXPECT_FALSE(FormMaySet(""));
+  EXPECT_TRUE(FormMaySet(std::string(125, 'a')));
+  EXPECT_FALSE(FormMaySet(std::string(126, 'a')));
+  EXPECT_FALSE(FormMaySet("a\nb"));
+  EXPECT_FALSE(FormMaySet("a\x7f"));
+}
+
+}  // namespace
+}  // namespace brevant
