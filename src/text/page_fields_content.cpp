@@ -1,10 +1,10 @@
 // Page fields that write an item's content and its attachments.
-#include "platform/win32.h"
 #include "store/ascii.h"
 #include "text/field_words.h"
 #include "text/filters.h"
 #include "text/page_field_functions.h"
 #include "text/plain_text_page.h"
+#include "text/unique_file.h"
 
 #include <algorithm>
 #include <string>
@@ -125,15 +125,13 @@ bool IsPlainFileName(std::string_view name) {
 }
 
 bool WriteFileTo(TPageWriter& page, const std::string& path) {
-  const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                  OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
+  const UniqueFile file = UniqueFile::OpenToRead(path);
+  if (!file) return false;
   char block[kBlockBytes];
   DWORD read = 0;
-  while (ReadFile(file, block, kBlockBytes, &read, nullptr) != 0 && read > 0) {
+  while (ReadFile(file.Get(), block, kBlockBytes, &read, nullptr) != 0 && read > 0) {
     page.Feed(std::string_view(block, read));
   }
-  CloseHandle(file);
   return true;
 }
 

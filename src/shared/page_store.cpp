@@ -1,0 +1,186 @@
+// The site's directory.
+#include "shared/page_store.h"
+
+#include "shared/page_names.h"
+#include "store/ascii.h"
+#include "text/unique_file.h"
+
+#include <algorithm>
+
+namespace brevant {
+namespace {
+
+constexpr std::string_view kUnfinishedName = "~brevant.tmp";
+constexpr DWORD kBlockBytes = 65536;
+
+std::string LowerCased(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(), ToLowerAscii);
+  return lower;
+}
+
+TFileFacts FactsOf(const WIN32_FIND_DATAA& data) {
+  TFileFacts facts;
+  facts.name = data.cFileName;
+  facts.written = TTime(data.ftLastWriteTime);
+  facts.attributes = data.dwFileAttributes;
+  facts.size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  return facts;
+}
+
+bool WriteWhole(HANDLE file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto count = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), kBlockBytes * 16));
+    DWORD written = 0;
+    if (WriteFile(file, bytes.data(), count, &written, nullptr) == 0 || written == 0) return false;
+    bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+UniqueFile CreateToWrite(const std::string& path) {
+  return UniqueFile(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+}  // namespace
+
+bool IsUnfinishedFile(std::string_view fileName) {
+  return EqualsIgnoreCase(fileName, kUnfinishedName);
+}
+
+void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
+  WIN32_FIND_DATAA data;
+  const HANDLE search = FindFirstFileA(pattern.c_str(), &data);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) take(FactsOf(data));
+  } while (FindNextFileA(search, &data) != 0);
+  FindClose(search);
+}
+
+bool FindFile(const std::string& path, TFileFacts* facts) {
+  bool found = false;
+  ForEachFile(path, [&](const TFileFacts& file) {
+    *facts = file;
+    found = true;
+  });
+  return found;
+}
+
+TTime NewestFileTime(const std::string& pattern) {
+  TTime newest;
+  ForEachFile(pattern, [&](const TFileFacts& file) { newest = std::max(newest, file.written); });
+  return newest;
+}
+
+bool ReadWholeFile(const std::string& path, std::string* bytes) {
+  const UniqueFile file = UniqueFile::OpenToRead(path);
+  if (!file) return false;
+  bytes->clear();
+  std::string block(kBlockBytes, '\0');
+  for (;;) {
+    DWORD read = 0;
+    if (ReadFile(file.Get(), block.data(), kBlockBytes, &read, nullptr) == 0) return false;
+    if (read == 0) return true;
+    bytes->append(block, 0, read);
+  }
+}
+
+std::string FullPath(const std::string& path) {
+  std::string full(MAX_PATH, '\0');
+  DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, full.data(), nullptr);
+  if (length >= MAX_PATH) {
+    full.resize(length);
+    length = GetFullPathNameA(path.c_str(), length, full.data(), nullptr);
+  }
+  full.resize(std::min<std::size_t>(length, full.size()));
+  return full;
+}
+
+void TPageStore::Scan() {
+  pages_.clear();
+  if (directory_.empty()) return;
+  bool unfinished = false;
+  ForEachFile(directory_ + "*", [&](const TFileFacts& file) {
+    if (IsUnfinishedFile(file.name)) unfinished = true;
+    if (IsPageFile(file.name)) pages_.insert_or_assign(LowerCased(file.name), file);
+  });
+  if (unfinished) DeleteFileA((directory_ + std::string(kUnfinishedName)).c_str());
+}
+
+const TFileFacts* TPageStore::FindPage(const std::string& fileName) const {
+  const auto found = pages_.find(LowerCased(fileName));
+  return found == pages_.end() ? nullptr : &found->second;
+}
+
+bool TPageStore::Holds(const TFileFacts& page, const std::string& bytes) const {
+  if (page.size != bytes.size()) return false;
+  std::string present;
+  return ReadWholeFile(directory_ + page.name, &present) && present == bytes;
+}
+
+bool TPageStore::Finish(const std::string& unfinished, const std::string& fileName) {
+  // The attributes come first: under its final name a file is never anybody else's.
+  if (SetFileAttributesA(unfinished.c_str(), kOwnFileAttributes) != 0 &&
+      MoveFileExA(unfinished.c_str(), (directory_ + fileName).c_str(), MOVEFILE_REPLACE_EXISTING) !=
+          0) {
+    return true;
+  }
+  DeleteFileA(unfinished.c_str());
+  return false;
+}
+
+bool TPageStore::Save(const std::string& fileName, const std::string& bytes) {
+  if (directory_.empty()) return false;
+  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  UniqueFile file = CreateToWrite(unfinished);
+  if (!file) return false;
+  const bool written = WriteWhole(file.Get(), bytes);
+  if (file.Close() && written) return Finish(unfinished, fileName);
+  DeleteFileA(unfinished.c_str());
+  return false;
+}
+
+bool TPageStore::Touch(const std::string& fileName) const {
+  UniqueFile file(CreateFileA((directory_ + fileName).c_str(), FILE_WRITE_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                              nullptr));
+  if (!file) return false;
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  return SetFileTime(file.Get(), nullptr, nullptr, &now) != 0;
+}
+
+TPageStore::TCopied TPageStore::Copy(const std::string& source, const std::string& fileName) {
+  const UniqueFile from = UniqueFile::OpenToRead(source);
+  if (!from) return TCopied::kNotReadable;
+  if (directory_.empty()) return TCopied::kNotWritable;
+  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  UniqueFile to = CreateToWrite(unfinished);
+  if (!to) return TCopied::kNotWritable;
+  std::string block(kBlockBytes, '\0');
+  TCopied result = TCopied::kDone;
+  DWORD read = 0;
+  do {
+    if (ReadFile(from.Get(), block.data(), kBlockBytes, &read, nullptr) == 0) {
+      result = TCopied::kNotReadable;
+    } else if (!WriteWhole(to.Get(), std::string_view(block).substr(0, read))) {
+      result = TCopied::kNotWritable;
+    }
+  } while (result == TCopied::kDone && read > 0);
+  // The source's own time, so that of two files of one name the newer one stays.
+  FILETIME time;
+  if (GetFileTime(from.Get(), nullptr, nullptr, &time) == 0 ||
+      SetFileTime(to.Get(), nullptr, nullptr, &time) == 0 || !to.Close()) {
+    if (result == TCopied::kDone) result = TCopied::kNotWritable;
+  }
+  if (result == TCopied::kDone) {
+    return Finish(unfinished, fileName) ? TCopied::kDone : TCopied::kNotWritable;
+  }
+  to.Close();
+  DeleteFileA(unfinished.c_str());
+  return result;
+}
+
+}  // namespace brevant

@@ -1,0 +1,72 @@
+// The site's directory: which pages stand there, and how files get into it.
+#pragma once
+
+#include "platform/win32.h"
+
+#include <brevant/store.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace brevant {
+
+// Attributes of a file that the library wrote and nobody wrote since: exactly these. Any program
+// that writes the file adds the archive attribute.
+inline constexpr DWORD kOwnFileAttributes = FILE_ATTRIBUTE_TEMPORARY;
+
+// Whether a file of that name is one that a page or a copy is first written to. Nothing links to
+// such a file; one that stands there at the start of a run was left by a run that was killed.
+bool IsUnfinishedFile(std::string_view fileName);
+
+// A file as a directory search shows it.
+struct TFileFacts {
+  std::string name;  // as the directory spells it
+  TTime written;     // Greenwich time, as the file system has it
+  DWORD attributes = 0;
+  std::uint64_t size = 0;
+};
+
+// Hands every file, no directory, that matches pattern to take, ordered by name.
+void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take);
+// The file (no directory) at path; false when there is none. path holds no wildcard characters.
+bool FindFile(const std::string& path, TFileFacts* facts);
+// The newest last-write time (Greenwich) of the files, not directories, that match pattern; zero
+// when none does.
+TTime NewestFileTime(const std::string& pattern);
+// The whole file; false when it cannot be opened or read.
+bool ReadWholeFile(const std::string& path, std::string* bytes);
+// The path made absolute, "." and ".." resolved; empty when it names nothing.
+std::string FullPath(const std::string& path);
+
+class TPageStore {
+ public:
+  // directory: with its final separator. Nothing can be saved in an empty one.
+  explicit TPageStore(std::string directory) : directory_(std::move(directory)) {}
+
+  const std::string& Directory() const { return directory_; }
+  // One pass over the directory: notes the pages there and removes unfinished files.
+  void Scan();
+  // What Scan saw of a page, letter case ignored; null when it was not there.
+  const TFileFacts* FindPage(const std::string& fileName) const;
+
+  // Whether the page's file holds exactly these bytes.
+  bool Holds(const TFileFacts& page, const std::string& bytes) const;
+  // Writes a file whole; false when it cannot, the file then being as it was.
+  bool Save(const std::string& fileName, const std::string& bytes);
+  // Gives the file the current time.
+  bool Touch(const std::string& fileName) const;
+
+  enum class TCopied { kDone, kNotReadable, kNotWritable };
+  // Copies a file with its last-write time.
+  TCopied Copy(const std::string& source, const std::string& fileName);
+
+ private:
+  bool Finish(const std::string& unfinished, const std::string& fileName);
+
+  std::string directory_;
+  std::unordered_map<std::string, TFileFacts> pages_;  // by name in lower case
+};
+
+}  // namespace brevant
