@@ -1,4 +1,5 @@
 #include "platform/win32.h"
+#include "store/elements.h"
 #include "store/guard.h"
 #include "store/wide_name.h"
 #include "store/write_counter.h"
@@ -11,45 +12,11 @@ namespace {
 
 constexpr DWORD kOpen = 0x00000001;
 constexpr DWORD kTimesPending = 0x80000000;
-// Storages nested deeper than any board's are copied but no longer measured.
-constexpr int kDeepestMeasured = 8;
-
-struct Releaser {
-  void operator()(IStorage* storage) const { storage->Release(); }
-  void operator()(IEnumSTATSTG* elements) const { elements->Release(); }
-};
-template <typename Interface>
-using Owned = std::unique_ptr<Interface, Releaser>;
-
 DWORD Mode(int access, int create, int share) {
   return static_cast<DWORD>(access) | static_cast<DWORD>(create) | static_cast<DWORD>(share);
 }
 
 bool Creates(int create) { return (static_cast<DWORD>(create) & STGM_CREATE) != 0; }
-
-// The bytes in a storage's streams; what is open elsewhere and cannot be looked into counts 0.
-std::uint64_t BytesIn(IStorage* storage, int depth) {
-  IEnumSTATSTG* found = nullptr;
-  if (FAILED(storage->EnumElements(0, nullptr, 0, &found))) return 0;
-  const Owned<IEnumSTATSTG> elements(found);
-  std::uint64_t bytes = 0;
-  STATSTG element{};
-  ULONG fetched = 0;
-  while (elements->Next(1, &element, &fetched) == S_OK && fetched == 1) {
-    if (element.type == STGTY_STREAM) {
-      bytes += element.cbSize.QuadPart;
-    } else if (element.type == STGTY_STORAGE && depth < kDeepestMeasured) {
-      IStorage* child = nullptr;
-      if (SUCCEEDED(storage->OpenStorage(element.pwcsName, nullptr, STGM_SHARE_EXCLUSIVE, nullptr,
-                                         0, &child))) {
-        bytes += BytesIn(Owned<IStorage>(child).get(), depth + 1);
-      }
-    }
-    CoTaskMemFree(element.pwcsName);
-    element = STATSTG{};
-  }
-  return bytes;
-}
 
 const FILETIME* FileTimeOf(const TTime* time) {
   return time == nullptr ? nullptr : &time->FileTime();
@@ -173,7 +140,7 @@ DWORD TStorage::BytesSinceCommit() const { return counter_ == nullptr ? 0 : coun
 int TStorage::Copy(IStorage* source) {
   if (source == nullptr || storage_ == nullptr) return 0;
   if (FAILED(source->CopyTo(0, nullptr, nullptr, storage_))) return 0;
-  counter_->Add(BytesIn(source, 0));
+  counter_->Add(brevant::BytesIn(source));
   return 1;
 }
 
@@ -200,7 +167,7 @@ int TStorage::GetElementTimes(const char* name, TTime* created, TTime* accessed,
                                      nullptr, 0, &opened))) {
       return 0;
     }
-    const Owned<IStorage> element(opened);
+    const brevant::OwnedInterface<IStorage> element(opened);
     STATSTG stat{};
     if (FAILED(element->Stat(&stat, STATFLAG_NONAME))) return 0;
     if (created != nullptr) *created = TTime(stat.ctime);
