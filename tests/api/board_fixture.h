@@ -1,7 +1,7 @@
 // A new directory as the host's program directory, with the library started on it.
 #pragma once
 
-#include "../support/temporary_directory.h"
+#include "support/temporary_directory.h"
 
 #include <brevant/brevant.h>
 

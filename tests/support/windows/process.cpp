@@ -1,0 +1,90 @@
+#include "support/process.h"
+
+#include "support/temporary_directory.h"
+
+#include <stdexcept>
+#include <windows.h>
+
+namespace test {
+
+struct Program::Impl {
+  TemporaryDirectory directory;
+  HANDLE process = nullptr;
+};
+
+namespace {
+
+// Each argument in quotes; backslashes before a quote are doubled, as the runtime reads them.
+std::string CommandLine(const std::vector<std::string>& command) {
+  std::string line;
+  for (const std::string& argument : command) {
+    if (!line.empty()) line += ' ';
+    line += '"';
+    std::size_t backslashes = 0;
+    for (char c : argument) {
+      if (c == '"') line.append(backslashes + 1, '\\');
+      backslashes = c == '\\' ? backslashes + 1 : 0;
+      line += c;
+    }
+    line.append(backslashes, '\\');
+    line += '"';
+  }
+  return line;
+}
+
+HANDLE OpenInheritable(const std::string& path, DWORD access, DWORD disposition) {
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  return CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                     disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+}  // namespace
+
+Program::Program(const std::vector<std::string>& command, const std::string& input)
+    : impl_(std::make_unique<Impl>()) {
+  const TemporaryDirectory& directory = impl_->directory;
+  WriteFileBytes(directory / "in", input);
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = OpenInheritable(directory / "in", GENERIC_READ, OPEN_EXISTING);
+  startup.hStdOutput = OpenInheritable(directory / "out", GENERIC_WRITE, CREATE_ALWAYS);
+  startup.hStdError = OpenInheritable(directory / "err", GENERIC_WRITE, CREATE_ALWAYS);
+  PROCESS_INFORMATION information{};
+  std::string line = CommandLine(command);
+  BOOL started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                                &startup, &information);
+  CloseHandle(startup.hStdInput);
+  CloseHandle(startup.hStdOutput);
+  CloseHandle(startup.hStdError);
+  if (!started) throw std::runtime_error("cannot start " + line);
+  CloseHandle(information.hThread);
+  impl_->process = information.hProcess;
+}
+
+Program::~Program() {
+  if (impl_->process == nullptr) return;
+  TerminateProcess(impl_->process, 1);
+  WaitForSingleObject(impl_->process, INFINITE);
+  CloseHandle(impl_->process);
+}
+
+ProgramResult Program::Wait() {
+  WaitForSingleObject(impl_->process, INFINITE);
+  DWORD code = 0;
+  GetExitCodeProcess(impl_->process, &code);
+  CloseHandle(impl_->process);
+  impl_->process = nullptr;
+  ProgramResult result;
+  result.exitCode = static_cast<int>(code);
+  result.output = ReadFileBytes(impl_->directory / "out") + ReadFileBytes(impl_->directory / "err");
+  return result;
+}
+
+bool Program::Interrupt() { return false; }
+
+ProgramResult RunProgram(const std::vector<std::string>& command, const std::string& input) {
+  return Program(command, input).Wait();
+}
+
+}  // namespace test
