@@ -39,7 +39,7 @@ bool Permits(DWORD share, DWORD access) {
          ((access & GENERIC_WRITE) == 0 || (share & FILE_SHARE_WRITE) != 0);
 }
 
-// A range lock of another opening; the document engine may lock that way.
+// A range lock of another opening: compound documents lock that way.
 bool IsRangeLocked(int descriptor) {
   struct flock lock {};
   lock.l_type = F_WRLCK;
@@ -60,7 +60,10 @@ DWORD EnterShare(int descriptor, const FileFacts& facts, DWORD access, DWORD sha
   const bool exclusive = (share & (FILE_SHARE_READ | FILE_SHARE_WRITE)) == 0;
   const bool locked = ::flock(descriptor, (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) == 0;
   // A file system without locks keeps the rules inside the process only.
-  if ((!locked && errno == EWOULDBLOCK) || IsRangeLocked(descriptor)) {
+  const bool lockedOut = !locked && errno == EWOULDBLOCK;
+  // A document is open to readers that do not mind its being written.
+  const bool mindsDocuments = (access & GENERIC_WRITE) != 0 || (share & FILE_SHARE_WRITE) == 0;
+  if (lockedOut || (mindsDocuments && IsRangeLocked(descriptor))) {
     if (entries.empty()) Table().erase(IdentityOf(facts));
     return ERROR_SHARING_VIOLATION;
   }

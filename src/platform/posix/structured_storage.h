@@ -47,6 +47,15 @@ inline constexpr DWORD STATFLAG_NONAME = 1;
 inline constexpr DWORD STGTY_STORAGE = 1;
 inline constexpr DWORD STGTY_STREAM = 2;
 inline constexpr DWORD STGC_DEFAULT = 0;
+inline constexpr DWORD STGMOVE_MOVE = 0;
+inline constexpr DWORD STGMOVE_COPY = 1;
+
+inline constexpr IID IID_IUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_IStorage = {0xB, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_IStream = {0xC, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_IEnumSTATSTG = {0xD, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_ISequentialStream = {
+    0x0C733A30, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
 
 inline bool SUCCEEDED(HRESULT result) { return result >= 0; }
 inline bool FAILED(HRESULT result) { return result < 0; }

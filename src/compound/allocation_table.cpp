@@ -1,0 +1,157 @@
+#include "compound/allocation_table.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace compound {
+
+AllocationTable::AllocationTable(Pager& pager, Header& header) : pager_(pager), header_(header) {
+  const std::size_t direct = std::min<std::size_t>(header.fatSectors, kHeaderDifat);
+  locations_.assign(header.difat.begin(),
+                    header.difat.begin() + static_cast<std::ptrdiff_t>(direct));
+  const std::uint32_t covered = EntriesPerSector();
+  free_.Reset((pager.SectorCount() + covered - 1) / covered, pager.SectorCount());
+}
+
+// Follows the DIFAT until it names the FAT sector wanted. The header bounds its length.
+void AllocationTable::LoadDifat(std::uint32_t fatIndex) {
+  const std::uint32_t perSector = EntriesPerSector() - 1;
+  while (locations_.size() <= fatIndex) {
+    std::uint32_t sector = header_.firstDifatSector;
+    if (!difat_.empty()) sector = Load32(pager_.Read(difat_.back()) + 4 * perSector);
+    if (sector >= pager_.SectorCount() || difat_.size() >= header_.difatSectors) {
+      throw Error(Status::kCorrupt);
+    }
+    difat_.push_back(sector);
+    const std::uint8_t* entries = pager_.Read(sector);
+    for (std::uint32_t i = 0; i < perSector && locations_.size() < header_.fatSectors; ++i) {
+      locations_.push_back(Load32(entries + 4 * i));
+    }
+  }
+}
+
+void AllocationTable::LoadAllLocations() {
+  if (header_.fatSectors > locations_.size()) LoadDifat(header_.fatSectors - 1);
+}
+
+std::uint32_t AllocationTable::Location(std::uint32_t fatIndex) {
+  if (fatIndex >= header_.fatSectors) throw Error(Status::kCorrupt);
+  if (fatIndex >= locations_.size()) LoadDifat(fatIndex);
+  return locations_[fatIndex];
+}
+
+std::uint32_t AllocationTable::Get(std::uint32_t sector) {
+  const std::uint32_t per = EntriesPerSector();
+  return Load32(pager_.Read(Location(sector / per)) + 4 * (sector % per));
+}
+
+void AllocationTable::Set(std::uint32_t sector, std::uint32_t value) {
+  const std::uint32_t per = EntriesPerSector();
+  Store32(pager_.Write(Location(sector / per)) + 4 * (sector % per), value);
+}
+
+std::uint32_t AllocationTable::Next(std::uint32_t sector) {
+  if (sector >= Count()) throw Error(Status::kCorrupt);
+  const std::uint32_t next = Get(sector);
+  if (next != kEndOfChain && next >= Count()) throw Error(Status::kCorrupt);
+  return next;
+}
+
+void AllocationTable::SetNext(std::uint32_t sector, std::uint32_t next) { Set(sector, next); }
+
+bool AllocationTable::IsUsable(std::uint32_t sector) {
+  return sector < Count() && Get(sector) == kFreeSector && !pager_.IsHeld(sector);
+}
+
+void AllocationTable::LookAt(std::uint32_t fatIndex) {
+  const std::uint32_t per = EntriesPerSector();
+  const std::uint32_t first = fatIndex * per;
+  const std::uint8_t* entries = pager_.Read(Location(fatIndex));
+  for (std::uint32_t i = std::min(per, Count() - std::min(first, Count())); i-- > 0;) {
+    if (Load32(entries + 4 * i) == kFreeSector && !pager_.IsHeld(first + i)) free_.Add(first + i);
+  }
+}
+
+std::uint32_t AllocationTable::Allocate(std::uint32_t near) {
+  std::uint32_t sector = near + 1;
+  bool found = near < Count() && IsUsable(sector);
+  std::uint32_t piece = 0;
+  while (!found) {
+    if (free_.Take(&sector)) {
+      found = IsUsable(sector);
+    } else if (free_.NextPiece(&piece)) {
+      LookAt(piece);
+    } else {
+      break;
+    }
+  }
+  if (found) {
+    pager_.MarkFresh(sector);
+  } else {
+    sector = AppendSector();
+  }
+  Set(sector, kEndOfChain);
+  return sector;
+}
+
+std::uint32_t AllocationTable::AppendSector() {
+  const std::uint32_t per = EntriesPerSector();
+  while (pager_.SectorCount() / per >= header_.fatSectors) GrowTable();
+  return pager_.Append();
+}
+
+// The new FAT sector is the first of those that it describes itself.
+void AllocationTable::GrowTable() {
+  LoadAllLocations();
+  const std::uint32_t index = header_.fatSectors;
+  const std::uint32_t sector = pager_.Append();
+  std::memset(pager_.WriteWhole(sector), 0xFF, pager_.SectorBytes());
+  locations_.push_back(sector);
+  ++header_.fatSectors;
+  header_.dirty = true;
+  Set(sector, kFatSector);
+  if (index < kHeaderDifat) {
+    header_.difat[index] = sector;
+    return;
+  }
+  const std::uint32_t perSector = EntriesPerSector() - 1;
+  const auto slot = static_cast<std::uint32_t>((index - kHeaderDifat) % perSector);
+  if ((index - kHeaderDifat) / perSector >= difat_.size()) GrowDifat();
+  Store32(pager_.Write(difat_[(index - kHeaderDifat) / perSector]) + 4 * slot, sector);
+}
+
+void AllocationTable::GrowDifat() {
+  const std::uint32_t sector = pager_.Append();
+  std::uint8_t* entries = pager_.WriteWhole(sector);
+  std::memset(entries, 0xFF, pager_.SectorBytes());
+  Store32(entries + pager_.SectorBytes() - 4, kEndOfChain);
+  Set(sector, kDifatSector);
+  if (difat_.empty()) {
+    header_.firstDifatSector = sector;
+  } else {
+    Store32(pager_.Write(difat_.back()) + pager_.SectorBytes() - 4, sector);
+  }
+  difat_.push_back(sector);
+  header_.difatSectors = static_cast<std::uint32_t>(difat_.size());
+}
+
+void AllocationTable::FreeChain(std::uint32_t first) {
+  std::vector<std::uint32_t> usable;
+  std::uint32_t left = Count();  // a damaged chain may run through the table's own sectors
+  for (std::uint32_t sector = first; sector < Count() && left > 0; --left) {
+    const std::uint32_t next = Get(sector);
+    if (next > kMaxSector && next != kEndOfChain) break;  // free already, or not a stream's
+    Set(sector, kFreeSector);
+    if (pager_.IsFresh(sector)) usable.push_back(sector);
+    pager_.Release(sector);
+    sector = next;
+  }
+  free_.AddChain(usable);
+}
+
+void AllocationTable::Committed() {
+  free_.AddChain(pager_.Committed());
+  free_.Committed();
+}
+
+}  // namespace compound

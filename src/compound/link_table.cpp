@@ -1,0 +1,98 @@
+#include "compound/link_table.h"
+
+#include "compound/byte_file.h"
+
+namespace compound {
+namespace {
+
+constexpr std::uint32_t kPiecesPerCommit = 64;
+
+}  // namespace
+
+void Chain::Reset(std::uint32_t first) {
+  sectors_.clear();
+  first_ = first;
+  complete_ = first == kEndOfChain;
+}
+
+bool Chain::Step(LinkTable& table) {
+  if (complete_) return false;
+  if (sectors_.size() >= table.Count()) throw Error(Status::kCorrupt);
+  std::uint32_t next = first_;
+  if (!sectors_.empty()) next = table.Next(sectors_.back());
+  if (next == kEndOfChain) {
+    complete_ = true;
+    return false;
+  }
+  if (next >= table.Count()) throw Error(Status::kCorrupt);
+  sectors_.push_back(next);
+  return true;
+}
+
+void Chain::Walk(LinkTable& table, std::uint32_t index) {
+  if (!Has(table, index)) throw Error(Status::kCorrupt);
+}
+
+bool Chain::Has(LinkTable& table, std::uint32_t index) {
+  while (index >= sectors_.size()) {
+    if (!Step(table)) return false;
+  }
+  return true;
+}
+
+std::uint32_t Chain::Length(LinkTable& table) {
+  while (!complete_) {
+    // A chain as long as the whole table may still end here.
+    if (sectors_.size() == table.Count() && table.Next(sectors_.back()) == kEndOfChain) {
+      complete_ = true;
+    } else {
+      Step(table);
+    }
+  }
+  return static_cast<std::uint32_t>(sectors_.size());
+}
+
+void Chain::Append(std::uint32_t sector) {
+  sectors_.push_back(sector);
+  if (sectors_.size() == 1) first_ = sector;
+  complete_ = true;
+}
+
+void Chain::Shorten(std::uint32_t length) {
+  sectors_.resize(length);
+  if (length == 0) first_ = kEndOfChain;
+  complete_ = true;
+}
+
+void FreePlaces::Reset(std::uint32_t pieces, std::uint32_t seed) {
+  places_.clear();
+  pieces_ = pieces;
+  seen_ = 0;
+  // Knuth's multiplicative hash: openings of a growing file begin to look at different places.
+  cursor_ = pieces == 0 ? 0 : static_cast<std::uint32_t>((seed * 2654435761ULL >> 8) % pieces);
+  budget_ = kPiecesPerCommit;
+}
+
+void FreePlaces::AddChain(const std::vector<std::uint32_t>& chain) {
+  places_.insert(places_.end(), chain.rbegin(), chain.rend());
+}
+
+bool FreePlaces::NextPiece(std::uint32_t* piece) {
+  if (seen_ == pieces_ || budget_ == 0) return false;
+  --budget_;
+  ++seen_;
+  *piece = cursor_;
+  cursor_ = (cursor_ + 1) % pieces_;
+  return true;
+}
+
+bool FreePlaces::Take(std::uint32_t* place) {
+  if (places_.empty()) return false;
+  *place = places_.back();
+  places_.pop_back();
+  return true;
+}
+
+void FreePlaces::Committed() { budget_ = kPiecesPerCommit; }
+
+}  // namespace compound

@@ -1,0 +1,70 @@
+// What chains are made of: a table that names, for each sector, the next one of its chain.
+#pragma once
+
+#include "compound/format.h"
+
+#include <vector>
+
+namespace compound {
+
+class LinkTable {
+ public:
+  // The sector after this one, or kEndOfChain. Throws kCorrupt when the entry names no sector.
+  virtual std::uint32_t Next(std::uint32_t sector) = 0;
+  virtual std::uint32_t Count() const = 0;
+
+ protected:
+  ~LinkTable() = default;
+};
+
+// The sectors of one chain in order, read from the table as far as they were asked for.
+class Chain {
+ public:
+  void Reset(std::uint32_t first);
+  // The sector at an index; throws kCorrupt when the chain ends before it or runs in a circle.
+  std::uint32_t At(LinkTable& table, std::uint32_t index) {
+    if (index >= sectors_.size()) Walk(table, index);
+    return sectors_[index];
+  }
+  // Whether the chain reaches the index; walks no further than that.
+  bool Has(LinkTable& table, std::uint32_t index);
+  std::uint32_t Length(LinkTable& table);
+  bool IsEmpty() const { return first_ == kEndOfChain; }
+  std::uint32_t First() const { return first_; }
+  // The caller links the sector in the table. The length must be known.
+  void Append(std::uint32_t sector);
+  void Shorten(std::uint32_t length);
+
+ private:
+  void Walk(LinkTable& table, std::uint32_t index);
+  bool Step(LinkTable& table);
+
+  std::uint32_t first_ = kEndOfChain;
+  bool complete_ = true;
+  std::vector<std::uint32_t> sectors_;
+};
+
+// Finds free places in a table of many pieces without reading all of it: what was freed or seen
+// free is remembered, and per commit only a few pieces that were not looked at yet are read, from a
+// place that changes with the table's size. So a hole is found sooner or later, and a lone change
+// never costs a walk over the whole file.
+class FreePlaces {
+ public:
+  void Reset(std::uint32_t pieces, std::uint32_t seed);
+  void Add(std::uint32_t place) { places_.push_back(place); }
+  // Adds a chain so that it is given out in its own order.
+  void AddChain(const std::vector<std::uint32_t>& chain);
+  // The next piece to look at, or false when there is none or enough was read for this commit.
+  bool NextPiece(std::uint32_t* piece);
+  bool Take(std::uint32_t* place);
+  void Committed();
+
+ private:
+  std::vector<std::uint32_t> places_;
+  std::uint32_t pieces_ = 0;
+  std::uint32_t seen_ = 0;
+  std::uint32_t cursor_ = 0;
+  std::uint32_t budget_ = 0;
+};
+
+}  // namespace compound

@@ -1,0 +1,322 @@
+#include "platform/posix/structured_storage_file.h"
+
+#include "platform/posix/attributes.h"
+#include "platform/posix/clock.h"
+#include "platform/posix/file_search.h"
+#include "platform/posix/paths.h"
+#include "platform/posix/structured_storage.h"
+#include "platform/posix/times.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace brevant::posix {
+namespace {
+
+StorageClock replacedClock = nullptr;
+
+compound::Status WriteStatus() {
+  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+  return full ? compound::Status::kMediumFull : compound::Status::kWriteFault;
+}
+
+class DescriptorFile final : public compound::ByteFile {
+ public:
+  DescriptorFile(int descriptor, bool synced) : descriptor_(descriptor), synced_(synced) {}
+
+  compound::Status ReadAt(std::uint64_t offset, void* buffer, std::size_t count,
+                          std::size_t* got) override {
+    *got = 0;
+    while (*got < count) {
+      const ssize_t now = ::pread(descriptor_, static_cast<char*>(buffer) + *got, count - *got,
+                                  static_cast<off_t>(offset + *got));
+      if (now == 0) break;
+      if (now < 0 && errno == EINTR) continue;
+      if (now < 0) return compound::Status::kReadFault;
+      *got += static_cast<std::size_t>(now);
+    }
+    return compound::Status::kOk;
+  }
+
+  compound::Status WriteAt(std::uint64_t offset, const void* buffer, std::size_t count) override {
+    std::size_t done = 0;
+    while (done < count) {
+      const ssize_t now = ::pwrite(descriptor_, static_cast<const char*>(buffer) + done,
+                                   count - done, static_cast<off_t>(offset + done));
+      if (now < 0 && errno == EINTR) continue;
+      if (now < 0) return WriteStatus();
+      done += static_cast<std::size_t>(now);
+    }
+    return compound::Status::kOk;
+  }
+
+  compound::Status Size(std::uint64_t* size) override {
+    struct stat facts {};
+    if (::fstat(descriptor_, &facts) != 0) return compound::Status::kReadFault;
+    *size = static_cast<std::uint64_t>(facts.st_size);
+    return compound::Status::kOk;
+  }
+
+  compound::Status SetSize(std::uint64_t size) override {
+    if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) return WriteStatus();
+    return compound::Status::kOk;
+  }
+
+  compound::Status Sync() override {
+    if (synced_ && ::fdatasync(descriptor_) != 0) return WriteStatus();
+    return compound::Status::kOk;
+  }
+
+ private:
+  int descriptor_;
+  bool synced_;
+};
+
+HRESULT ResultFromErrno(int error) {
+  switch (error) {
+    case ENOENT:
+      return STG_E_FILENOTFOUND;
+    case ENOTDIR:
+    case ELOOP:
+      return STG_E_PATHNOTFOUND;
+    case EMFILE:
+    case ENFILE:
+      return STG_E_TOOMANYOPENFILES;
+    case ENOMEM:
+      return STG_E_INSUFFICIENTMEMORY;
+    case ENOSPC:
+    case EDQUOT:
+      return STG_E_MEDIUMFULL;
+    case ENAMETOOLONG:
+      return STG_E_INVALIDNAME;
+    case EEXIST:
+      return STG_E_FILEALREADYEXISTS;
+    default:
+      return STG_E_ACCESSDENIED;
+  }
+}
+
+bool HoldLock(int descriptor, short type, off_t start, off_t length) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  range.l_start = start;
+  range.l_len = length;
+  if (::fcntl(descriptor, F_OFD_SETLK, &range) == 0) return true;
+  // A file system that knows no locks keeps nobody out.
+  return errno != EAGAIN && errno != EACCES;
+}
+
+bool IsLockedByOthers(int descriptor, off_t start, off_t length) {
+  struct flock range {};
+  range.l_type = F_WRLCK;
+  range.l_whence = SEEK_SET;
+  range.l_start = start;
+  range.l_len = length;
+  return ::fcntl(descriptor, F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+}
+
+// Files opened in other ways hold flock, other documents a lock on a range of bytes. Both belong to
+// this opening, so they work inside the process as between processes. A writer locks everything.
+// Byte 0 is locked by every reader, byte 1 by a reader that wants to be alone: it cannot have a
+// lock for writing, which needs a writable descriptor.
+bool Lock(int descriptor, bool writable, bool shared) {
+  if (::flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
+  if (writable) return HoldLock(descriptor, F_WRLCK, 0, 0);
+  if (shared) {
+    return HoldLock(descriptor, F_RDLCK, 0, 1) && !IsLockedByOthers(descriptor, 1, 1);
+  }
+  return HoldLock(descriptor, F_RDLCK, 0, 2) && !IsLockedByOthers(descriptor, 0, 0);
+}
+
+// Whether the path still leads to the file that was locked.
+bool IsStillThere(int descriptor, const std::string& path) {
+  struct stat locked {};
+  struct stat named {};
+  return ::fstat(descriptor, &locked) == 0 && ::stat(path.c_str(), &named) == 0 &&
+         locked.st_dev == named.st_dev && locked.st_ino == named.st_ino;
+}
+
+std::string Absolute(const std::string& path) {
+  if (!path.empty() && path.front() == '/') return path;
+  char* current = ::getcwd(nullptr, 0);
+  if (current == nullptr) return path;
+  std::string absolute = current;
+  std::free(current);
+  if (absolute.back() != '/') absolute += '/';
+  return absolute + path;
+}
+
+// Checks and locks a descriptor and makes it a file.
+HRESULT Finish(int descriptor, const std::string& path, bool writable, bool shared,
+               std::unique_ptr<StorageFile>* file) {
+  auto made = std::make_unique<StorageFile>(descriptor, Absolute(path));
+  const FileReference reference(descriptor);
+  FileFacts facts;
+  if (!reference.ReadFacts(&facts)) return STG_E_READFAULT;
+  if (!facts.isRegular) return STG_E_ACCESSDENIED;
+  if (writable && (reference.Attributes(facts) & FILE_ATTRIBUTE_READONLY) != 0) {
+    return STG_E_ACCESSDENIED;
+  }
+  if (!Lock(descriptor, writable, shared)) return STG_E_SHAREVIOLATION;
+  *file = std::move(made);
+  return S_OK;
+}
+
+constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+constexpr int kAttempts = 8;  // when others remove or replace the file meanwhile
+
+}  // namespace
+
+std::string NarrowName(LPCOLESTR name) {
+  std::string narrow;
+  for (; name != nullptr && *name != 0; ++name) {
+    narrow.push_back(static_cast<char>(*name == u'\\' ? u'/' : *name));
+  }
+  return narrow;
+}
+
+std::u16string WideName(std::string_view name) {
+  std::u16string wide(name.size(), u'\0');
+  std::transform(name.begin(), name.end(), wide.begin(), [](char c) {
+    return static_cast<char16_t>(static_cast<std::int16_t>(static_cast<signed char>(c)));
+  });
+  return wide;
+}
+
+HRESULT ResultFromStatus(compound::Status status) {
+  switch (status) {
+    case compound::Status::kOk:
+      return S_OK;
+    case compound::Status::kNotFound:
+      return STG_E_FILENOTFOUND;
+    case compound::Status::kExists:
+    case compound::Status::kNotCompound:
+      return STG_E_FILEALREADYEXISTS;
+    case compound::Status::kInvalidName:
+      return STG_E_INVALIDNAME;
+    case compound::Status::kCorrupt:
+      return STG_E_DOCFILECORRUPT;
+    case compound::Status::kReadOnly:
+    case compound::Status::kInvalidChange:
+      return STG_E_ACCESSDENIED;
+    case compound::Status::kReadFault:
+      return STG_E_READFAULT;
+    case compound::Status::kMediumFull:
+      return STG_E_MEDIUMFULL;
+    case compound::Status::kTooLarge:
+      return STG_E_DOCFILETOOLARGE;
+    case compound::Status::kWriteFault:
+    case compound::Status::kGivenUp:
+      return STG_E_WRITEFAULT;
+  }
+  return E_FAIL;
+}
+
+void SetStorageClock(StorageClock clock) { replacedClock = clock; }
+
+FILETIME StorageNow() {
+  if (replacedClock != nullptr) return replacedClock();
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  return now;
+}
+
+StorageFile::~StorageFile() { ::close(descriptor_); }
+
+void StorageFile::ReadTimes(FILETIME* created, FILETIME* accessed, FILETIME* modified) const {
+  const FileReference reference(descriptor_);
+  FileFacts facts;
+  if (!reference.ReadFacts(&facts)) return;
+  *created = ToFileTime(reference.CreationTime(facts));
+  *accessed = ToFileTime(facts.accessed);
+  *modified = ToFileTime(facts.modified);
+}
+
+HRESULT StorageFile::SetTimes(const FILETIME* created, const FILETIME* accessed,
+                              const FILETIME* modified) const {
+  const auto given = [](const FILETIME* time) { return time != nullptr && Ticks(*time) != 0; };
+  timespec times[2] = {{0, UTIME_OMIT}, {0, UTIME_OMIT}};
+  if (given(accessed)) times[0] = ToTimespec(*accessed);
+  if (given(modified)) times[1] = ToTimespec(*modified);
+  if (::futimens(descriptor_, times) != 0) return ResultFromErrno(errno);
+  const FileReference reference(descriptor_);
+  if (given(created) && !reference.SetCreationTime(ToTimespec(*created))) {
+    return ResultFromErrno(errno);
+  }
+  return S_OK;
+}
+
+std::unique_ptr<compound::ByteFile> MakeByteFile(const StorageFile& file, bool synced) {
+  return std::make_unique<DescriptorFile>(file.Descriptor(), synced);
+}
+
+HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
+                        std::unique_ptr<StorageFile>* file) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const Resolved resolved = Resolve(name.c_str());
+    if (!resolved.found) return resolved.directoryFound ? STG_E_FILENOTFOUND : STG_E_PATHNOTFOUND;
+    const int descriptor =
+        ::open(resolved.path.c_str(), (writable ? O_RDWR : O_RDONLY) | kOpenFlags);
+    if (descriptor < 0 && errno == ENOENT) continue;
+    if (descriptor < 0) return ResultFromErrno(errno);
+    const HRESULT result = Finish(descriptor, resolved.path, writable, shared, file);
+    if (FAILED(result)) return result;
+    if (IsStillThere(descriptor, resolved.path)) return S_OK;
+    file->reset();
+  }
+  return STG_E_SHAREVIOLATION;
+}
+
+HRESULT CreateStorageFile(const std::string& name, bool replace,
+                          std::unique_ptr<StorageFile>* file) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const Resolved resolved = Resolve(name.c_str());
+    if (!resolved.found && !resolved.directoryFound) return STG_E_PATHNOTFOUND;
+    if (resolved.found && !replace) return STG_E_FILEALREADYEXISTS;
+    const int creation = resolved.found ? 0 : O_CREAT | O_EXCL;
+    const int descriptor = ::open(resolved.path.c_str(), O_RDWR | creation | kOpenFlags, 0666);
+    if (descriptor < 0 && errno == (resolved.found ? ENOENT : EEXIST)) continue;
+    if (descriptor < 0) return ResultFromErrno(errno);
+    const HRESULT result = Finish(descriptor, resolved.path, true, false, file);
+    if (FAILED(result)) return result;
+    if (IsStillThere(descriptor, resolved.path)) return S_OK;
+    file->reset();
+  }
+  return STG_E_SHAREVIOLATION;
+}
+
+HRESULT CreateTemporaryFile(std::unique_ptr<StorageFile>* file) {
+  const char* directory = std::getenv("TMPDIR");
+  std::string path = directory != nullptr && *directory != '\0' ? directory : "/tmp";
+  if (path.back() != '/') path += '/';
+  path += "~DFXXXXXX";
+  const int descriptor = ::mkostemp(path.data(), O_CLOEXEC);
+  if (descriptor < 0) return errno == ENOENT ? STG_E_PATHNOTFOUND : ResultFromErrno(errno);
+  return Finish(descriptor, path, true, false, file);
+}
+
+HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FILETIME* accessed,
+                     const FILETIME* modified) {
+  const Resolved resolved = Resolve(name.c_str());
+  if (!resolved.found) return resolved.directoryFound ? STG_E_FILENOTFOUND : STG_E_PATHNOTFOUND;
+  const int descriptor = ::open(resolved.path.c_str(), O_RDONLY | kOpenFlags);
+  if (descriptor < 0) return ResultFromErrno(errno);
+  return StorageFile(descriptor, resolved.path).SetTimes(created, accessed, modified);
+}
+
+void SyncDirectoryOf(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  ::fsync(descriptor);
+  ::close(descriptor);
+}
+
+}  // namespace brevant::posix

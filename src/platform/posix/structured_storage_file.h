@@ -1,0 +1,64 @@
+// The file of a compound document: how it is found, locked, written and timed. Below the seam only.
+#pragma once
+
+#include "compound/byte_file.h"
+
+#include <brevant/platform_types.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace brevant::posix {
+
+// Names were made 16 bits wide by sign extension of each byte; this is the way back and forth.
+std::string NarrowName(LPCOLESTR name);
+std::u16string WideName(std::string_view name);
+
+// What the engine's status means to a caller of the storage functions.
+HRESULT ResultFromStatus(compound::Status status);
+
+// The current time for storages; a test may replace the clock. Null restores the system's.
+using StorageClock = FILETIME (*)();
+void SetStorageClock(StorageClock clock);
+FILETIME StorageNow();
+
+// An open and locked file. The locks end with it.
+class StorageFile {
+ public:
+  StorageFile(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
+  StorageFile(const StorageFile&) = delete;
+  StorageFile& operator=(const StorageFile&) = delete;
+  ~StorageFile();
+
+  int Descriptor() const { return descriptor_; }
+  // Absolute.
+  const std::string& Path() const { return path_; }
+  // The file's times, for the root storage.
+  void ReadTimes(FILETIME* created, FILETIME* accessed, FILETIME* modified) const;
+  HRESULT SetTimes(const FILETIME* created, const FILETIME* accessed,
+                   const FILETIME* modified) const;
+
+ private:
+  int descriptor_;
+  std::string path_;
+};
+
+// What the engine reads and writes. Must not outlive the file; unsynced files are never synced.
+std::unique_ptr<compound::ByteFile> MakeByteFile(const StorageFile& file, bool synced);
+
+// Opens an existing file, shared among readers or not at all. S_OK, or a storage error code.
+HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
+                        std::unique_ptr<StorageFile>* file);
+// Opens a file to be made anew: one that is not there, or with `replace` one that is.
+HRESULT CreateStorageFile(const std::string& name, bool replace,
+                          std::unique_ptr<StorageFile>* file);
+// A new file with an unpredictable name in the system's directory for temporary files.
+HRESULT CreateTemporaryFile(std::unique_ptr<StorageFile>* file);
+// Sets those of a file's times that are given and not zero.
+HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FILETIME* accessed,
+                     const FILETIME* modified);
+// Makes the directory entry of a new file durable.
+void SyncDirectoryOf(const std::string& path);
+
+}  // namespace brevant::posix
