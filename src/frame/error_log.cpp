@@ -1,0 +1,47 @@
+// The error log beside the settings: "[5/1/98 0:07 PM   ] text" and CR LF a line.
+#include "frame/library.h"
+#include "platform/win32.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace {
+
+constexpr std::size_t kStampWidth = 17;
+
+std::string TimeStamp() {
+  char stamp[256];
+  FormatTime(TTime::Now(), stamp, sizeof stamp, kFormatDate | kFormatTime | kFormatYear);
+  std::string text = stamp;
+  if (text.size() < kStampWidth) text.resize(kStampWidth, ' ');
+  return text;
+}
+
+std::string Line(const char* text) {
+  std::string line = text == nullptr ? "" : text;
+  // Mail and servers supply parts of these texts: none of them may begin a line of its own.
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  return "[" + TimeStamp() + "] " + line + "\r\n";
+}
+
+}  // namespace
+
+int LogError(const char* text) {
+  try {
+    const std::string path = std::string(brevant::ProgramDirectory()) + "error.log";
+    const std::string line = Line(text);
+    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return 1;
+    DWORD written = 0;
+    SetFilePointer(file, 0, nullptr, FILE_END);
+    WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    CloseHandle(file);
+  } catch (const std::bad_alloc&) {
+    // A line that cannot be logged is lost, as one whose file cannot be opened is.
+  }
+  return 1;
+}

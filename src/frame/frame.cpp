@@ -1,3 +1,0 @@
-#include "platform/win32.h"
-
-#include <brevant/frame.h>
