@@ -256,29 +256,40 @@ class TForumSearcher;
 class TMessageSearcher;
 class TListItemSearcher;
 
-// One entry of a message search; at the end subject is null and index 0.
+// One entry of a message search; at the end subject is null and index 0. The subject holds until
+// the search moves on.
 struct TMessageSearchResult {
   const char* subject;
   DWORD index;
   DWORD linkId;
 };
 
-// One entry of a mailing-list search; both null at the end.
+// One entry of a mailing-list search; both null at the end. They hold until the search moves on.
 struct TMailingListSearchResult {
   const char* name;
   const char* key;
 };
 
+// Functions that give a pointer give null on failure; the others 1 for success and 0 for failure
+// unless they say otherwise. Null arguments make a function fail unless it says otherwise. Objects
+// are freed by the matching Close or End function, which ignores null.
 extern "C" {
+// Forum files are directory + name + ".mwd"; the directory ends with a path separator.
+// Open an existing forum, or make an empty one in place of one of that name. It is open exclusively
+// until CloseForum.
 BREVANT_API TForum* OpenForum(const char* name, const char* directory)
     BREVANT_EXPORTED_AS(OpenForum);
 BREVANT_API TForum* CreateForum(const char* name, const char* directory)
     BREVANT_EXPORTED_AS(CreateForum);
 BREVANT_API void CloseForum(TForum* forum) BREVANT_EXPORTED_AS(CloseForum);
+// Rename or delete a forum's file, which must not be open; renaming onto an existing one fails.
 BREVANT_API int RenameForum(const char* oldName, const char* newName, const char* directory)
     BREVANT_EXPORTED_AS(RenameForum);
 BREVANT_API int DeleteForum(const char* name, const char* directory)
     BREVANT_EXPORTED_AS(DeleteForum);
+// Walk the forums of a directory, with or without a separator at its end. The finds give a name
+// without extension, which holds until the next find, and null at the end; FindFirstForum starts
+// anew.
 BREVANT_API TForumSearcher* StartForumSearch(const char* directory)
     BREVANT_EXPORTED_AS(StartForumSearch);
 BREVANT_API const char* FindFirstForum(TForumSearcher* searcher)
@@ -286,15 +297,23 @@ BREVANT_API const char* FindFirstForum(TForumSearcher* searcher)
 BREVANT_API const char* FindNextForum(TForumSearcher* searcher) BREVANT_EXPORTED_AS(FindNextForum);
 BREVANT_API void EndForumSearch(TForumSearcher* searcher) BREVANT_EXPORTED_AS(EndForumSearch);
 
+// Opens a message of forum; with a null forum makes a new temporary message with the current local
+// time as its creation and modification time. Close messages before their forum.
 BREVANT_API TMail* OpenMessage(DWORD index, TForum* forum) BREVANT_EXPORTED_AS(OpenMessage);
+// Adds a copy of message to forum and gives its index, 0 on failure. The message stays open.
 BREVANT_API DWORD InsertMessage(TMail* message, TForum* forum) BREVANT_EXPORTED_AS(InsertMessage);
+// Give an opened message of forum another subject, or another message that it answers, in the
+// message list and in its own properties.
 BREVANT_API int RenameMessage(TMail* message, TForum* forum, const char* subject)
     BREVANT_EXPORTED_AS(RenameMessage);
 BREVANT_API int RelinkMessage(TMail* message, TForum* forum, DWORD linkId)
     BREVANT_EXPORTED_AS(RelinkMessage);
 BREVANT_API void CloseMessage(TMail* message) BREVANT_EXPORTED_AS(CloseMessage);
+// Removes a message, which must not be open.
 BREVANT_API int RemoveMessage(DWORD index, TForum* forum) BREVANT_EXPORTED_AS(RemoveMessage);
+// Opens the forum's announcement, making an empty one when there is none; CloseMessage frees it.
 BREVANT_API TMail* OpenAnnouncement(TForum* forum) BREVANT_EXPORTED_AS(OpenAnnouncement);
+// Walk the messages of forum, oldest first. Inserting or removing messages ends the walk.
 BREVANT_API TMessageSearcher* StartMessageSearch(TForum* forum)
     BREVANT_EXPORTED_AS(StartMessageSearch);
 BREVANT_API TMessageSearchResult FindFirstMessage(TMessageSearcher* searcher)
@@ -303,16 +322,26 @@ BREVANT_API TMessageSearchResult FindNextMessage(TMessageSearcher* searcher)
     BREVANT_EXPORTED_AS(FindNextMessage);
 BREVANT_API void EndMessageSearch(TMessageSearcher* searcher) BREVANT_EXPORTED_AS(EndMessageSearch);
 
+// A forum's mailing lists: a name for every key, together at most 254 bytes. All need the forum's
+// one list, so they fail while another of its lists, or a mailing-list search, is open.
+// The name of a list, cut to 127 bytes, empty when there is none; it holds until the thread's next
+// call of this function.
 BREVANT_API const char* GetMailingListName(const char* key, TForum* forum)
     BREVANT_EXPORTED_AS(GetMailingListName);
+// Adds a list or overwrites the name of an existing one.
 BREVANT_API int AddMailingList(const char* key, const char* name, TForum* forum)
     BREVANT_EXPORTED_AS(AddMailingList);
+// Adds a list to those of the forum when there is none with this key; one that exists keeps its
+// name, and the result is 0.
 BREVANT_API int RenameMailingList(const char* key, const char* newName, TForum* forum)
     BREVANT_EXPORTED_AS(RenameMailingList);
+// 1 when the forum has lists, whether or not this one was among them.
 BREVANT_API int RemoveMailingList(const char* key, TForum* forum)
     BREVANT_EXPORTED_AS(RemoveMailingList);
+// 1 when there is a list with this key.
 BREVANT_API int FindMailingList(const char* key, TForum* forum)
     BREVANT_EXPORTED_AS(FindMailingList);
+// Walk the lists in the order in which they were added.
 BREVANT_API TListItemSearcher* StartMailingListSearch(TForum* forum)
     BREVANT_EXPORTED_AS(StartMailingListSearch);
 BREVANT_API TMailingListSearchResult FindFirstMailingList(TListItemSearcher* searcher)
