@@ -1,0 +1,93 @@
+#include "board_fixture.h"
+#include "platform/win32.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+class ErrorLog : public test::ProgramDirectoryTest {
+ protected:
+  std::string Log() const { return Bytes("error.log"); }
+};
+
+std::string Stamp() {
+  char stamp[256];
+  FormatTime(TTime::Now(), stamp, sizeof stamp, 0x13);
+  std::string text = stamp;
+  text.resize(std::max<std::size_t>(text.size(), 17), ' ');
+  return "[" + text + "] ";
+}
+
+TEST_F(ErrorLog, LineIsStampTextAndLineEnd) {
+  // Once more should the minute end between the two looks at the clock.
+  std::string expected;
+  do {
+    std::filesystem::remove(File("error.log"));
+    expected = Stamp() + "Cannot open x\r\n";
+    EXPECT_EQ(LogError("Cannot open x"), 1);
+  } while (expected != Stamp() + "Cannot open x\r\n");
+  EXPECT_EQ(Log(), expected);
+}
+
+TEST_F(ErrorLog, StampIsPaddedTo17Characters) {
+  LogError("x");
+  const std::string log = Log();
+  ASSERT_GE(log.size(), 20U);
+  EXPECT_EQ(log[0], '[');
+  EXPECT_EQ(log.substr(18), "] x\r\n");
+}
+
+TEST_F(ErrorLog, LinesAreAppended) {
+  test::WriteFileBytes(File("error.log"), "old\r\n");
+  LogError("one");
+  LogError("two");
+  const std::string log = Log();
+  EXPECT_EQ(log.substr(0, 5), "old\r\n");
+  EXPECT_NE(log.find("] one\r\n["), std::string::npos);
+  EXPECT_EQ(log.substr(log.size() - 7), "] two\r\n");
+}
+
+TEST_F(ErrorLog, LogThatCannotBeOpenedGetsNothing) {
+  // A directory of that name can be written to by nobody, the superuser included.
+  std::filesystem::create_directory(File("error.log"));
+  EXPECT_EQ(LogError("x"), 1);
+  EXPECT_TRUE(std::filesystem::is_empty(File("error.log")));
+}
+
+TEST_F(ErrorLog, LogOpenElsewhereGetsNothing) {
+  const HANDLE other = CreateFileA(File("error.log").c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+                                   nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(other, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(LogError("lost"), 1);
+  CloseHandle(other);
+  EXPECT_EQ(Log(), "");
+  LogError("kept");
+  EXPECT_NE(Log().find("kept"), std::string::npos);
+}
+
+TEST_F(ErrorLog, ControlCharactersForgeNoLines) {
+  LogError("a\r\n[1/1/98 0:00 AM   ] b\tc\x1B");
+  const std::string log = Log();
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1);
+  EXPECT_NE(log.find("] a  [1/1/98 0:00 AM   ] b c \r\n"), std::string::npos);
+}
+
+TEST_F(ErrorLog, TextIsNoFormat) {
+  LogError("100%s %n");
+  EXPECT_NE(Log().find("] 100%s %n\r\n"), std::string::npos);
+}
+
+TEST_F(ErrorLog, NullIsAnEmptyText) {
+  EXPECT_EQ(LogError(nullptr), 1);
+  EXPECT_EQ(Log().substr(18), "] \r\n");
+}
+
+TEST_F(ErrorLog, LongTextIsKept) {
+  const std::string text(5000, 'x');
+  LogError(text.c_str());
+  EXPECT_NE(Log().find(text + "\r\n"), std::string::npos);
+}
+
+}  // namespace
