@@ -19,13 +19,16 @@ TDestination MakeDestination(DWORD address, WORD port) {
 
 }  // namespace
 
-TConnection::TConnection(DWORD timeout) : timeout_(timeout) {
+TConnection::TConnection(DWORD timeout) : peer_(MakeDestination(0, 0)), timeout_(timeout) {
   Arm();
   const SOCKET opened = socket(AF_INET, SOCK_STREAM, 0);
   if (opened != INVALID_SOCKET) Adopt(opened);
 }
 
-TConnection::TConnection(SOCKET socket, DWORD timeout) : timeout_(timeout) { Adopt(socket); }
+TConnection::TConnection(SOCKET socket, DWORD timeout)
+    : peer_(MakeDestination(0, 0)), timeout_(timeout) {
+  Adopt(socket);
+}
 
 TConnection::~TConnection() {
   if (socket_ == INVALID_SOCKET) return;
@@ -34,6 +37,7 @@ TConnection::~TConnection() {
 }
 
 void TConnection::Adopt(SOCKET socket) {
+  if (socket == INVALID_SOCKET) return;
   socket_ = socket;
   flags_ |= kSocketOpen;
   platform::MakeNonBlocking(socket);

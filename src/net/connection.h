@@ -107,7 +107,7 @@ class TConnection {
   void StoreHost(const brevant::platform::HostEntry& entry);
 
   SOCKET socket_ = INVALID_SOCKET;
-  TDestination peer_{};
+  TDestination peer_;
   alignas(hostent) std::array<char, 1024> hostArea_{};
   DWORD flags_ = 0;
   DWORD timeout_;
