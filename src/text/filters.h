@@ -15,7 +15,7 @@ struct TEntity {
   unsigned char character;  // ISO 8859-1
 };
 
-// The 100 entities.
+// All of them, sorted by name.
 std::span<const TEntity> EntityTable();
 // The character that a name stands for.
 std::optional<unsigned char> EntityCharacter(std::string_view name);

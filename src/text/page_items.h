@@ -23,15 +23,25 @@ class TPageItems {
     std::int32_t section;  // kFieldBytes, or the number of the section
   };
   enum Flags : unsigned {
+    kNoFlags = 0,
     kOpenedByField = 1,  // the "<" came out of a field
     kAllField = 2,       // the whole text did
     kSpans = 4,          // there are spans of this item
   };
-  struct Entry {
-    std::uint64_t offset : 40;
-    std::uint64_t length : 16;
-    std::uint64_t kind : 4;
-    std::uint64_t flags : 4;
+  // Offset into the text (40 bits), length (16), kind (4), flags (4).
+  class Entry {
+   public:
+    Entry(TItemKind kind, std::size_t offset, std::size_t length, unsigned flags)
+        : bits_(static_cast<std::uint64_t>(offset) << 24 | (length & kLongest) << 8 |
+                static_cast<std::uint64_t>(kind) << 4 | flags) {}
+    std::size_t Offset() const { return static_cast<std::size_t>(bits_ >> 24); }
+    std::size_t Length() const { return static_cast<std::size_t>(bits_ >> 8 & kLongest); }
+    TItemKind Kind() const { return static_cast<TItemKind>(bits_ >> 4 & 15); }
+    unsigned Flags() const { return static_cast<unsigned>(bits_ & 15); }
+    void MoveTo(std::size_t offset) { *this = Entry(Kind(), offset, Length(), Flags()); }
+
+   private:
+    std::uint64_t bits_;
   };
   static_assert(sizeof(Entry) == 8);
 
@@ -39,20 +49,28 @@ class TPageItems {
   std::vector<Entry> entries;
   std::vector<Span> spans;  // ascending by item, then begin; they do not overlap
 
-  TItemKind Kind(std::size_t item) const { return static_cast<TItemKind>(entries[item].kind); }
-  bool Has(std::size_t item, Flags flag) const { return (entries[item].flags & flag) != 0; }
+  TItemKind Kind(std::size_t item) const { return entries[item].Kind(); }
+  bool Has(std::size_t item, Flags flag) const { return (entries[item].Flags() & flag) != 0; }
   std::string_view Text(std::size_t item) const {
-    return std::string_view(text).substr(entries[item].offset, entries[item].length);
+    return std::string_view(text).substr(entries[item].Offset(), entries[item].Length());
   }
   void Add(TItemKind kind, std::size_t offset, std::size_t length, unsigned flags) {
-    entries.push_back({offset, length, static_cast<std::uint64_t>(kind), flags});
+    entries.emplace_back(kind, offset, length, flags);
   }
   // The first span of an item, or of the first item behind it that has one.
   std::size_t FirstSpan(std::size_t item) const;
   // Appends the items [begin, end) of another page with their spans.
   void Append(const TPageItems& from, std::size_t begin, std::size_t end);
-  // Moves the items from number begin on into a page of their own.
+  // Moves the items from number begin on into a page of their own. No text may stand behind theirs.
   TPageItems TakeFrom(std::size_t begin);
+  // Gives an item a new text, at the end of the buffer.
+  void Replace(std::size_t item, std::string_view newText);
+  // For a change of an item's text: the spans in [begin, end) become empty, those behind move along
+  // from end to newEnd.
+  void MoveSpans(std::size_t item, std::size_t begin, std::size_t end, std::size_t newEnd);
+
+ private:
+  bool replaced_ = false;  // texts are no longer in the order of their items
 };
 
 }  // namespace brevant

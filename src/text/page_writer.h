@@ -7,8 +7,10 @@
 #include "text/sections.h"
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace brevant {
@@ -97,13 +99,14 @@ class TPageWriter {
   void AddSourceTime(const TTime& time);
 
   // --- For the dispatcher ------------------------------------------------------------------------
-  // Writes text as ordinary text, in literal mode: an unknown tag, an error message.
-  void WriteLiteral(std::string_view text);
+  // Writes text as ordinary text, in literal mode: an unknown tag, or an error message (which
+  // counts as a field's bytes).
+  void WriteLiteral(std::string_view text, bool fromField = false);
   // Has a selected field write its value: literal mode on, bytes marked as a field's. Its result.
   int WriteField(TPageField& field, TFieldArguments arguments);
   // Registers a request unless one with its text is known, and writes its marker.
   void AddSection(TSectionRequest&& request);
-  const std::vector<TSectionRequest>& Sections() const { return sections_; }
+  const std::deque<TSectionRequest>& Sections() const { return sections_; }
 
   // --- The items ---------------------------------------------------------------------------------
   std::size_t ItemCount() const { return items_.entries.size(); }
@@ -132,14 +135,75 @@ class TPageWriter {
   int SaveSection(std::size_t section) const;
 
  private:
+  friend class TSectionExpander;
+
+  // How bytes are taken for the length of one value.
+  class TMode {
+   public:
+    TMode(TPageWriter& page, bool literal, bool fromField)
+        : page_(page), literal_(page.literal_), fromField_(page.fromField_) {
+      page.literal_ = literal;
+      page.fromField_ = fromField;
+    }
+    ~TMode() {
+      page_.literal_ = literal_;
+      page_.fromField_ = fromField_;
+    }
+    TMode(const TMode&) = delete;
+    TMode& operator=(const TMode&) = delete;
+
+   private:
+    TPageWriter& page_;
+    bool literal_;
+    bool fromField_;
+  };
+
+  bool TakesTags() const { return dispatcher_ != nullptr && !literal_; }
+  const char* FeedTagText(const char* at, const char* end);
+  const char* FeedHtmlTag(const char* at, const char* end);
+  const char* FeedPlainText(const char* at, const char* end);
+  void StartCollecting(char mark);
+  void Abandon(char current);
+  void EndCollecting();
+  void WriteBackOpenTag();
+
+  std::size_t TokenLength() const { return items_.text.size() - tokenBegin_; }
+  bool TokenHasSpans() const {
+    return !items_.spans.empty() && items_.spans.back().item == items_.entries.size();
+  }
+  void AppendToToken(std::string_view run);
+  void AppendBeyondLimit(std::string_view run);
+  void MarkFieldBytes(std::size_t count);
+  bool SplitAtBlank();
+  void Drop(std::size_t count);
+  void ProduceWord();
+  void OpenTag();
+  void CloseTag();
+  void TagToWord();
+  unsigned CloseSpans(std::size_t length, std::size_t slash);
+  void WriteMarker(std::string_view text, std::int32_t section);
+  void ReplaceItemText(std::size_t item, std::string_view text);
+  bool HasMarkersFrom(std::size_t item) const;
+  int FeedNested(std::string_view name, std::string_view bytes, const char* path);
+
   TTagDispatcher* dispatcher_;
   TPageItems items_;
-  std::vector<TSectionRequest> sections_;
+  std::size_t tokenBegin_ = 0;  // the token is the end of the items' text from here on
+  std::string tag_;
+  std::deque<TSectionRequest> sections_;  // requests stay where they are while others are added
+  std::unordered_map<std::string, std::int32_t> sectionNumbers_;  // by text
+  std::vector<std::string> subTemplates_;                         // being fed, outermost first
   TTime sourceTime_;
   std::uint64_t dropped_ = 0;
   unsigned filters_ = kFilterEscape | kFilterUrl;
+  char previous_ = 0;
+  char mark_ = 0;  // what the template tag being collected began with
+  bool collecting_ = false;
   bool inTag_ = false;
+  bool tagOpenedByField_ = false;
   bool literal_ = false;
+  bool fromField_ = false;
+  bool sectionsAtOnce_ = false;  // in a sub-template inside an HTML tag: there are no parts
   bool lineBreakSeen_ = false;
   bool diagnostic_ = false;
 };

@@ -36,7 +36,6 @@ struct TSectionRequest {
   std::vector<std::string> qualifiers;  // empty when the tag had none
   int kind = 0;
   TFieldLevel level = TFieldLevel::kBoard;
-  std::size_t count = 0;  // objects there were when it was registered
 };
 
 }  // namespace brevant
