@@ -42,13 +42,13 @@ bool TNewFile::Write(std::string_view bytes) {
   return handle_ != INVALID_HANDLE_VALUE && WriteWhole(handle_, bytes);
 }
 
-bool TNewFile::Finish() {
+bool TNewFile::Finish(bool durable) {
   if (handle_ == INVALID_HANDLE_VALUE) return false;
-  const bool durable = FlushFileBuffers(handle_) != 0;
+  const bool safe = !durable || FlushFileBuffers(handle_) != 0;
   const bool closed = CloseHandle(handle_) != 0;
   handle_ = INVALID_HANDLE_VALUE;
-  if (!durable || !closed) DeleteFileA(path_.c_str());
-  return durable && closed;
+  if (!safe || !closed) DeleteFileA(path_.c_str());
+  return safe && closed;
 }
 
 void TNewFile::Discard() {

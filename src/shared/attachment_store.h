@@ -19,8 +19,8 @@ class TNewFile {
   // Creates path; fails when it exists.
   bool Create(const std::string& path);
   bool Write(std::string_view bytes);
-  // Makes the content durable and closes the file, which then stays.
-  bool Finish();
+  // Makes the content durable, unless that is not wanted, and closes the file, which then stays.
+  bool Finish(bool durable = true);
   // Closes and removes an unfinished file.
   void Discard();
   const std::string& Path() const { return path_; }

@@ -154,7 +154,7 @@ int TBoardCache::Commit(const THandle& handle) { return handle ? CommitEntry(*ha
 int TBoardCache::CommitEntry(TEntry& entry) {
   if (entry.lost) return 0;
   if (entry.forum->Storage().BytesSinceCommit() == 0) return 1;
-  const int committed = entry.forum->Storage().Commit() != 0 ? 1 : 0;
+  const int committed = commit_(entry.forum->Storage()) != 0 ? 1 : 0;
   if (committed == 0) {
     entry.lost = true;
     givenUp_.push_back(Key(entry.kind, entry.name));

@@ -71,6 +71,10 @@ class TBoardCache {
   TBoardCache& operator=(const TBoardCache&) = delete;
 
   void SetCommitObserver(TCommitObserver observer) { observer_ = std::move(observer); }
+  // Replaces TStorage::Commit as the way a file is committed (1 or 0), for example to see what
+  // follows from a failure.
+  using TCommit = std::function<int(TStorage& storage)>;
+  void SetCommit(TCommit commit) { commit_ = std::move(commit); }
 
   // The names (without extension) of all files of a kind in the order of the board's searches, that
   // is by name. The directory is read at the first call; the list then holds for the cache's life.
@@ -110,6 +114,7 @@ class TBoardCache {
   std::string directory_;
   TLimits limits_;
   TCommitObserver observer_;
+  TCommit commit_ = [](TStorage& storage) { return storage.Commit(); };
   std::vector<std::shared_ptr<TEntry>> entries_;  // longest unused first
   std::vector<TKey> givenUp_;
   std::map<TBoardKind, std::vector<std::string>> names_;

@@ -113,6 +113,7 @@ bool TMailRetrievalTask::LogOn(const std::string& server) {
 }
 
 void TMailRetrievalTask::WatchCommits(TRun& run) {
+  if (commit_) run.cache.SetCommit(commit_);
   run.cache.SetCommitObserver([this, &run](TBoardKind kind, const std::string& name, bool safe) {
     if (safe) {
       run.ledger.Committed(kind, name);
@@ -257,12 +258,10 @@ void TMailRetrievalTask::LogOff(TRun& run) {
 // the server has done so, the connection must end without "QUIT".
 bool TMailRetrievalTask::DeleteSafeOnly(TRun& run) {
   if (Aborted()) return false;
-  client_.SendCommand("RSET", nullptr);
-  if (client_.GetResponse(nullptr, 0, 1) == 0) return false;
+  if (client_.ResetMarks() == 0) return false;
   for (const LONG number : run.ledger.SafeDeletions()) {
     if (Aborted()) return false;
-    client_.SendCommand("DELE", std::to_string(number).c_str());
-    client_.GetResponse(nullptr, 0, 1);
+    client_.DeleteByNumber(number);
   }
   return !Aborted();
 }

@@ -23,6 +23,8 @@ class TMailRetrievalTask : public TTask {
   void Abort() override;
 
   TMIMEEnabledPOP3& Client() { return client_; }
+  // How board files are committed from now on; see TBoardCache.
+  void SetCommit(brevant::TBoardCache::TCommit commit) { commit_ = std::move(commit); }
 
  private:
   // What one pass works with.
@@ -48,6 +50,7 @@ class TMailRetrievalTask : public TTask {
 
   TMIMEEnabledPOP3 client_;
   brevant::TMailRoutes routes_;
+  brevant::TBoardCache::TCommit commit_;
   bool loggedOn_ = false;
   bool failed_ = false;  // something could not be made safe
   bool broken_ = false;  // the walk cannot go on

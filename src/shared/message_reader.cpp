@@ -43,20 +43,15 @@ TReadResult TMessageReader::Read(TMail& mail, bool attachmentsAllowed) {
   while (written_ && text.Good() && MayGoOn() && client_.OpenPart() != 0) {
     ReadPart(mail, text, attachmentsAllowed);
   }
-  Drain();
-  TReadResult result = MayGoOn() ? TReadResult::kRead : TReadResult::kBroken;
+  // A part may end before its message does; the next reply stands only behind the message's end.
+  const bool whole = client_.FinishMessage() != 0 && MayGoOn();
+  TReadResult result = whole ? TReadResult::kRead : TReadResult::kBroken;
   if (result == TReadResult::kRead) {
     ApplyForm(mail, text);
     if (!text.Finish(images_) || !written_) result = TReadResult::kUnwritable;
   }
   if (result != TReadResult::kRead) RemoveFiles();
   return result;
-}
-
-// A part may end before its message does; the next reply stands only behind the message's end.
-void TMessageReader::Drain() {
-  while (MayGoOn() && client_.TPOP3::Read(buffer_.data(), static_cast<int>(kLineBuffer)) > 0) {
-  }
 }
 
 void TMessageReader::RemoveFiles() {

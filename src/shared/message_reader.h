@@ -53,7 +53,6 @@ class TMessageReader {
   bool ReceivePart(TSink&& sink);
   bool SetText(TMail& mail, const char* key, const std::string& value);
   bool MayGoOn() const;
-  void Drain();
 
   TMIMEEnabledPOP3& client_;
   std::string localDirectory_;

@@ -1,0 +1,108 @@
+// What a forum holds, read through the exported functions as a host reads it.
+#pragma once
+
+#include "platform/win32.h"
+
+#include <brevant/board.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+struct Item {
+  DWORD index = 0;
+  DWORD linkId = 0;
+  std::string listedSubject;
+  std::string subject;
+  std::string from;
+  std::string to;
+  std::string address;
+  std::string type;
+  std::string charset;
+  std::string content;
+  TTime created;
+  TTime modified;
+  std::vector<std::pair<std::string, std::string>> attachments;
+};
+
+inline std::string ContentOf(TMail& mail) {
+  mail.Content().Seek(0, 0);
+  std::string content(mail.Content().Size(), '\0');
+  const int count = mail.Content().Read(content.data(), static_cast<int>(content.size()));
+  content.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return content;
+}
+
+inline std::vector<std::pair<std::string, std::string>> AttachmentsOf(TMail& mail) {
+  std::vector<std::pair<std::string, std::string>> attachments;
+  if (mail.OpenList("ATTACHMENT", 128) == 0) return attachments;
+  char key[128];
+  char value[128];
+  while (mail.ReadNextListItem(key, sizeof key, value, sizeof value) == 1) {
+    attachments.emplace_back(key, value);
+  }
+  mail.CloseList();
+  return attachments;
+}
+
+inline Item ItemOf(TMail& mail) {
+  Item item;
+  item.subject = mail.String("SUBJECT");
+  item.from = mail.String("FROM");
+  item.to = mail.String("TO");
+  item.address = mail.String("E-Mail Address");
+  item.type = mail.String("Document Type");
+  item.charset = mail.String("CHARSET");
+  item.content = ContentOf(mail);
+  item.created = mail.Storage().CreationTime();
+  item.modified = mail.Storage().ModificationTime();
+  item.attachments = AttachmentsOf(mail);
+  return item;
+}
+
+// All messages in list order; empty when the forum cannot be opened.
+inline std::vector<Item> ItemsOf(const std::string& forumName, const std::string& directory) {
+  std::vector<Item> items;
+  const std::unique_ptr<TForum, decltype(&CloseForum)> forum(
+      OpenForum(forumName.c_str(), directory.c_str()), CloseForum);
+  if (!forum) return items;
+  TMessageSearcher* search = StartMessageSearch(forum.get());
+  for (TMessageSearchResult found = FindFirstMessage(search); found.subject != nullptr;
+       found = FindNextMessage(search)) {
+    Item item;
+    item.index = found.index;
+    item.linkId = found.linkId;
+    item.listedSubject = found.subject;
+    items.push_back(item);
+  }
+  EndMessageSearch(search);
+  for (Item& item : items) {
+    const std::unique_ptr<TMail, decltype(&CloseMessage)> mail(OpenMessage(item.index, forum.get()),
+                                                               CloseMessage);
+    if (!mail) continue;
+    Item read = ItemOf(*mail);
+    read.index = item.index;
+    read.linkId = item.linkId;
+    read.listedSubject = item.listedSubject;
+    item = read;
+  }
+  return items;
+}
+
+// "subject;subject;" of all messages.
+inline std::string SubjectsOf(const std::string& forumName, const std::string& directory) {
+  std::string subjects;
+  for (const Item& item : ItemsOf(forumName, directory)) subjects += item.subject + ";";
+  return subjects;
+}
+
+inline bool MakeForum(const std::string& name, const std::string& directory) {
+  TForum* forum = CreateForum(name.c_str(), directory.c_str());
+  CloseForum(forum);
+  return forum != nullptr;
+}
+
+}  // namespace test
