@@ -151,7 +151,11 @@ int SendToNow(SOCKET socket, const char* buffer, int size, const sockaddr_in& ta
 }
 
 int ConnectNow(SOCKET socket, const sockaddr_in& target) {
-  if (connect(socket, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0) return 1;
+  const auto* address = reinterpret_cast<const sockaddr*>(&target);
+  int result = connect(socket, address, sizeof target);
+  // After a failed attempt the first new one only reports that failure once more.
+  if (result != 0 && errno == ECONNABORTED) result = connect(socket, address, sizeof target);
+  if (result == 0) return 1;
   return errno == EINPROGRESS || errno == EINTR ? kWouldBlock : SOCKET_ERROR;
 }
 
