@@ -15,7 +15,9 @@ bool FitsWord(int value) { return value >= 0 && value <= 0xFFFF; }
 TTime FromParts(const SYSTEMTIME& parts) {
   FILETIME time{};
   if (!SystemTimeToFileTime(&parts, &time)) return TTime();
-  return TTime(time);
+  // Wine carries 29 February of a common year over to March.
+  const TTime result(time);
+  return result.Day() == parts.wDay ? result : TTime();
 }
 
 }  // namespace
