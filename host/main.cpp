@@ -114,7 +114,6 @@ void AddConfig(CLI::App& app, Action& action) {
 
 int Main(int argc, char** argv) {
   CLI::App app("Runs web bulletin boards as static sites: mail in, pages out.", "brevant-host");
-  app.footer(kExamples);
   app.set_version_flag("--version", "brevant-host " BREVANT_VERSION);
   app.require_subcommand(1);
   Action action;
@@ -123,6 +122,7 @@ int Main(int argc, char** argv) {
   AddForum(app, action);
   AddPost(app, action);
   AddConfig(app, action);
+  app.footer(kExamples);  // last, or every command would inherit it
   if (argc == 1) {
     std::cout << app.help();
     return host::kExitUsage;

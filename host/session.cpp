@@ -57,6 +57,8 @@ void Session::CheckDirectories() const {
     if (value.empty())
       throw UserError("Cannot run: the setting \"" + std::string(key) + "\" is empty");
     if (!fs::is_directory(value, error)) {
+      // A file with a final separator would not be found at all.
+      value.erase(value.find_last_not_of("/\\") + 1);
       throw UserError("Cannot use " + value + " (setting \"" + key + "\"): " +
                       (fs::exists(value, error) ? "it is no directory" : "it does not exist"));
     }

@@ -64,7 +64,7 @@ def members(name, body):
         statement = re.sub(r"\b(public|protected|private)\s*:", "", statement).strip()
         if access == "private" or not statement or "{}" in statement:
             continue
-        if re.search(r"=\s*(0|delete|default)\s*$", statement) or statement.startswith(("using", "enum")):
+        if re.search(r"=\s*(0|delete|default)\s*$", statement) or statement.startswith(("using", "enum", "static constexpr")):
             continue
         statement = re.sub(r"BREVANT_PRINTF\([^)]*\)", "", statement)
         if statement.startswith("static") and "(" not in statement:

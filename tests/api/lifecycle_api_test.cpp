@@ -46,15 +46,14 @@ TEST_F(Lifecycle, LogErrorAppendsStampedLines) {
 
 TEST_F(Lifecycle, AFailedLogOnIsShownLoggedAndLeftInTheState) {
   setup_->String("POP3 Server", "127.0.0.1");
-  // A port nobody listens on: the one that this very look-up frees would need a socket here, and
-  // the discard port is closed on any machine that runs tests.
+  // The discard port: nobody listens there on a machine that runs tests.
   setup_->Number("POP3 Port", 9);
   TTask* task = CreateTask("MAIL RETRIEVAL");
   ASSERT_NE(task, nullptr);
   EXPECT_EQ(task->Execute(), 0);
   DestroyTask(task);
   ASSERT_FALSE(History().empty());
-  EXPECT_EQ(History().back(), "Cannot log onto 127.0.0.1");
+  EXPECT_EQ(History().front(), "Cannot log onto 127.0.0.1");
   EXPECT_STREQ(state_->String("Error"), "Cannot log onto 127.0.0.1");
   EXPECT_NE(test::ReadFileBytes(directory_ / "error.log").find("] Cannot log onto 127.0.0.1\r\n"),
             std::string::npos);
