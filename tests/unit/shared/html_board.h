@@ -22,7 +22,7 @@ struct Post {
   std::string content = "Text";
   std::string type = "text/plain";
   LONG linkId = 0;
-  TTime time;                                                      // zero: now, local time
+  TTime time{};                                                    // zero: now, local time
   std::vector<std::pair<std::string, std::string>> attachments{};  // stored name, second value
   std::vector<std::pair<std::string, std::string>> values{};       // further values
 };
