@@ -68,9 +68,8 @@ const std::vector<EntryId>& DirectoryTree::Listed(EntryId storage) {
 
 EntryId DirectoryTree::FindInList(EntryId storage, const NameKey& key) {
   const std::vector<EntryId>& list = Listed(storage);
-  const auto at = std::partition_point(list.begin(), list.end(), [&](EntryId id) {
-    return key.Compare(directory_.Read(id)) > 0;
-  });
+  const auto at = std::partition_point(
+      list.begin(), list.end(), [&](EntryId id) { return key.Compare(directory_.Read(id)) > 0; });
   return at != list.end() && key.Compare(directory_.Read(*at)) == 0 ? *at : kNoEntry;
 }
 

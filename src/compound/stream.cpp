@@ -21,11 +21,12 @@ const std::uint8_t* Stream::ReadSector(std::uint32_t index) {
 }
 
 // Reads within one sector, or a run of whole neighbouring sectors at once.
-std::size_t Stream::ReadSome(std::uint64_t position, std::uint8_t* target, std::size_t count) {
+std::size_t Stream::ReadSome(std::uint64_t position, std::uint8_t* target, std::size_t count,
+                             bool runs) {
   const std::size_t sectorBytes = std::size_t{1} << Shift();
   const auto index = static_cast<std::uint32_t>(position >> Shift());
   const auto within = static_cast<std::size_t>(position & (sectorBytes - 1));
-  if (!IsMini() && within == 0 && count >= 2 * sectorBytes) {
+  if (runs && !IsMini() && within == 0 && count >= 2 * sectorBytes) {
     const std::uint32_t first = chain_.At(core_.fat, index);
     const std::size_t most = std::min<std::size_t>(count >> Shift(), 2048);
     std::uint32_t run = 1;
@@ -46,13 +47,17 @@ std::size_t Stream::Read(std::uint64_t position, void* buffer, std::size_t count
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size_ - position));
   auto* target = static_cast<std::uint8_t*>(buffer);
   std::size_t done = 0;
-  try {
-    while (done < count) {
-      core_.pager.Trim();
-      done += ReadSome(position + done, target + done, count - done);
+  bool runs = true;
+  while (done < count) {
+    core_.pager.Trim();
+    try {
+      done += ReadSome(position + done, target + done, count - done, runs);
+    } catch (const Error&) {
+      // Sector by sector up to the very one that cannot be had.
+      if (!runs && done == 0) throw;
+      if (!runs) break;
+      runs = false;
     }
-  } catch (const Error&) {
-    if (done == 0) throw;
   }
   return done;
 }

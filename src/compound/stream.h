@@ -40,7 +40,7 @@ class Stream {
   LinkTable& Table() const;
   unsigned Shift() const { return IsMini() ? kMiniShift : core_.header.sectorShift; }
   const std::uint8_t* ReadSector(std::uint32_t index);
-  std::size_t ReadSome(std::uint64_t position, std::uint8_t* target, std::size_t count);
+  std::size_t ReadSome(std::uint64_t position, std::uint8_t* target, std::size_t count, bool runs);
   void Grow(std::uint64_t size);
   void Shrink(std::uint64_t size);
   void Extend(std::uint64_t size);
