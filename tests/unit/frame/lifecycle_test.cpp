@@ -86,7 +86,8 @@ TEST(ProgramDirectory, CanBeSetAndReset) {
   EXPECT_EQ(SetProgramDirectory(path.c_str()), 1);
   const std::string set = brevant::ProgramDirectory();
   EXPECT_TRUE(set.back() == '/' || set.back() == '\\');
-  EXPECT_TRUE(std::filesystem::equivalent(set, path));
+  test::WriteFileBytes(set + "probe", "here");
+  EXPECT_EQ(test::ReadFileBytes(directory / "probe"), "here");
   EXPECT_EQ(SetProgramDirectory(nullptr), 1);
   EXPECT_EQ(brevant::ProgramDirectory(), original);
 }
@@ -98,7 +99,8 @@ TEST(ProgramDirectory, RelativePathIsTakenFromTheCurrentDirectory) {
   std::filesystem::current_path(directory.Path());
   EXPECT_EQ(SetProgramDirectory("board"), 1);
   std::filesystem::current_path(before);
-  EXPECT_TRUE(std::filesystem::equivalent(brevant::ProgramDirectory(), directory / "board"));
+  test::WriteFileBytes(std::string(brevant::ProgramDirectory()) + "probe", "here");
+  EXPECT_EQ(test::ReadFileBytes(directory / "board/probe"), "here");
   SetProgramDirectory(nullptr);
 }
 
