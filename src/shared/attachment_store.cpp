@@ -83,9 +83,9 @@ bool TScratchFile::Create(std::string_view name) {
 
 bool TScratchFile::CopyTo(TNewFile& target) {
   // Not made durable: it is gone in a moment.
-  const HANDLE source =
-      CreateFileA(file_.Path().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (!file_.Finish(false)) return false;
+  const HANDLE source = CreateFileA(file_.Path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (source == INVALID_HANDLE_VALUE) return false;
   std::string chunk(kChunk, '\0');
   DWORD count = 0;

@@ -294,12 +294,11 @@ TEST_F(MessageReader, NamelessFilesAreCalledFile) {
 
 TEST_F(MessageReader, AnHtmlMessageShowsItsImages) {
   ASSERT_EQ(Read(Multipart(Part("Content-Type: text/html\n", "<p>x</p>") +
-                           Part(File("image/gif", "a&\"b.gif"), "GIF89a"))),
+                           Part(File("image/gif", "a&b.gif"), "GIF89a"))),
             TReadResult::kRead);
   ASSERT_EQ(item_.attachments.size(), 1u);
-  // The header's file name ends at the quote.
   EXPECT_EQ(item_.content,
-            "<p>x</p>\r\n<img src=\"" + item_.attachments[0].first + "\" alt=\"a&amp;\">");
+            "<p>x</p>\r\n<img src=\"" + item_.attachments[0].first + "\" alt=\"a&amp;b.gif\">");
 }
 
 TEST_F(MessageReader, AFileWithAnImageExtensionIsShownToo) {

@@ -1,6 +1,7 @@
 // A board in a temporary directory and a mailbox on the loopback interface.
 #pragma once
 
+#include "net/waiting.h"
 #include "shared/mailtask.h"
 #include "support/pop3_server.h"
 #include "support/temporary_directory.h"
@@ -51,6 +52,8 @@ struct Shown {
 class RetrievalFixture : public ::testing::Test {
  protected:
   void SetUp() override {
+    // The deadline is shared by the process and only rises; a long one of another test goes.
+    brevant::ResetDeadline();
     std::filesystem::create_directory(directory_ / "data");
     std::filesystem::create_directory(directory_ / "site");
     SetProgramDirectory(directory_.Path().c_str());
