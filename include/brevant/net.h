@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class TConnection;
@@ -272,6 +273,7 @@ class BREVANT_API TPOP3 : public TProtocol {
 
   int ReceiveText(char* buffer, int size, bool keepTerminator);
   void ReadFailed();
+  bool FinishReplyLine(std::string_view line);
   int ReadPlain(char* buffer, int size);
   int ReadStandard(char* buffer, int size);
   bool CountHeaderBytes(int count);

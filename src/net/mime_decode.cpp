@@ -181,6 +181,7 @@ bool TMIMEEnabledPOP3::ReadWholeLine(DWORD encoding) {
     const int count = TPOP3::Read(piece.data(), kPieceSize);
     if (count < 1) return !rawLine_.empty();
     rawLine_.append(piece.data(), static_cast<std::size_t>(count));
+    if (count < kPieceSize - 1) break;  // the whole line, or all that came of it in time
   } while (encoding == kQuotedPrintable && !AtLineStart() && rawLine_.size() < kLongestLine);
   return true;
 }

@@ -93,15 +93,7 @@ int TPOP3::GetResponse(char* buffer, int size, int report) {
   const int length = ReceiveText(line.data(), room, StandardMode());
   if (length < 1) return 0;
   if (StandardMode()) {
-    // The rest of an overlong line must not become the reply to the next command.
-    std::array<char, kReplySize> rest;
-    bool ended = line[static_cast<std::size_t>(length) - 1] == '\n';
-    while (!ended && !Stopped()) {
-      const int more =
-          Guarded(-1, [&] { return connection_->ReceivePiece(rest.data(), kReplySize); });
-      if (more < 1) break;
-      ended = rest[static_cast<std::size_t>(more) - 1] == '\n';
-    }
+    if (!FinishReplyLine(std::string_view(line.data(), static_cast<std::size_t>(length)))) return 0;
     line[std::strcspn(line.data(), "\r\n")] = '\0';
   }
   afterDot_ = false;
@@ -114,6 +106,22 @@ int TPOP3::GetResponse(char* buffer, int size, int report) {
   if (line[0] == '-' && report != 0)
     DisplayHistory("%s (POP3)", text != nullptr ? text : line.data());
   return 0;
+}
+
+// Drops what is left of an overlong reply line, lest it become the reply to the next command; false
+// when the line was cut off.
+bool TPOP3::FinishReplyLine(std::string_view line) {
+  std::array<char, kReplySize> rest;
+  bool ended = line.ends_with('\n') || line.ends_with('\r');
+  bool full = static_cast<int>(line.size()) >= kStandardReplySize - 2;
+  while (!ended && full && !Stopped()) {
+    const int more =
+        Guarded(-1, [&] { return connection_->ReceivePiece(rest.data(), kReplySize); });
+    full = more == kReplySize - 1;
+    ended = more > 0 && rest[static_cast<std::size_t>(more) - 1] == '\n';
+  }
+  if (!ended) TransferFailed();
+  return ended;
 }
 
 int TPOP3::GetFirst() {

@@ -145,6 +145,10 @@ TPOP3::HeaderEnd TPOP3::ReadHeaderLine(std::string& line) {
     const int count = ReadStandard(piece.data(), kLineSize);
     if (count < 1) return atEnd_ ? HeaderEnd::kMessageEnd : HeaderEnd::kFailed;
     if (!CountHeaderBytes(count)) return HeaderEnd::kFailed;
+    if (!AtLineStart() && count < kLineSize - 1) {
+      TransferFailed();  // cut off: waiting on would let a slow server stretch the time-out
+      return HeaderEnd::kFailed;
+    }
     if (line.size() < kLongestLogicalLine)
       line.append(piece.data(), static_cast<std::size_t>(count));
   } while (!AtLineStart());
