@@ -233,18 +233,42 @@ bool ProfileFile::Overwrite(const std::string& bytes) {
   return true;
 }
 
+// An empty file beside the profile, with its owner and permissions; -1 with errno set.
+int ProfileFile::MakeBeside(const std::string& path) const {
+  constexpr int kMode = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+  int made = ::open(path.c_str(), kMode, 0600);
+  if (made < 0 && errno == EEXIST) {
+    // Left over from a killed process; the lock says that nobody else is at it.
+    ::unlink(path.c_str());
+    made = ::open(path.c_str(), kMode, 0600);
+  }
+  if (made < 0) return -1;
+  struct stat facts {};
+  if (::fstat(made, &facts) != 0) facts = {};
+  if (facts.st_uid != facts_.st_uid || facts.st_gid != facts_.st_gid) {
+    // The owner can be kept by the superuser only.
+    const int owned = ::fchown(made, facts_.st_uid, facts_.st_gid);
+    static_cast<void>(owned);
+  }
+  const bool same = (facts.st_mode & 07777U) == (facts_.st_mode & 07777U);
+  if (same || ::fchmod(made, facts_.st_mode & 07777U) == 0) return made;
+  ::close(made);
+  ::unlink(path.c_str());
+  errno = EPERM;
+  return -1;
+}
+
 bool ProfileFile::WriteNewFile(const std::string& bytes, bool sync) {
   const std::string path = path_ + ".new~";
-  // Left over from a killed process; the lock says that nobody else is at it.
-  ::unlink(path.c_str());
-  const int made = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  const int made = MakeBeside(path);
   if (made < 0) return errno == EACCES && Overwrite(bytes);
+  // Blocks that are there already keep the file system from writing them out at the rename.
+  if (!sync && !bytes.empty()) {
+    const int room = ::fallocate(made, 0, 0, static_cast<off_t>(bytes.size()));
+    static_cast<void>(room);
+  }
   struct stat facts {};
-  // The owner can be kept by the superuser only; the rest must be.
-  const int owned = ::fchown(made, facts_.st_uid, facts_.st_gid);
-  static_cast<void>(owned);
-  const bool done = ::fchmod(made, facts_.st_mode & 07777U) == 0 &&
-                    WriteAll(made, bytes.data(), bytes.size(), 0) &&
+  const bool done = WriteAll(made, bytes.data(), bytes.size(), 0) &&
                     (!sync || ::fsync(made) == 0) && ::rename(path.c_str(), path_.c_str()) == 0 &&
                     ::fstat(made, &facts) == 0;
   if (!done) {

@@ -40,6 +40,7 @@ class ProfileFile {
   bool ReadBytes(std::string* bytes) const;
   bool WriteInPlace(const ProfileText::Change& change);
   bool WriteNewFile(const std::string& bytes, bool sync);
+  int MakeBeside(const std::string& path) const;
   bool Overwrite(const std::string& bytes);
   void Remember(const struct stat& facts);
   void Forget();

@@ -22,7 +22,7 @@ TEST(Module, FileNameIsCutAtTheBuffer) {
   char shorter[6] = "?????";
   EXPECT_EQ(GetModuleFileNameA(nullptr, shorter, sizeof shorter), sizeof shorter);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-  EXPECT_EQ(std::string(shorter), std::string(path).substr(0, 5));
+  EXPECT_EQ(std::string(shorter, 5), std::string(path, 5));
 }
 
 TEST(Module, TemporaryPathEndsInASeparatorAndExists) {
