@@ -267,12 +267,16 @@ std::optional<int> THtmlSite::FindTemplate(const std::string& fileName, TFieldEr
   return std::nullopt;
 }
 
-void THtmlSite::RequestPage(const std::string& fileName, int templateNumber) {
+TPage THtmlSite::LinkedFromHere(int templateNumber) const {
   TPage page;
   page.templateNumber = templateNumber;
   page.back = static_cast<std::uint32_t>(page_);
   page.hasBack = true;
-  pages_.Add(fileName, page);
+  return page;
+}
+
+void THtmlSite::RequestPage(const std::string& fileName, int templateNumber) {
+  pages_.Add(fileName, LinkedFromHere(templateNumber));
 }
 
 bool THtmlSite::RequestContainerPage(std::string_view templateName, std::string* fileName,
@@ -283,12 +287,9 @@ bool THtmlSite::RequestContainerPage(std::string_view templateName, std::string*
   if (file.empty()) return true;
   const std::optional<int> number = FindTemplate(file, error);
   if (!number || !NameContainerPage(*number, fileName, error)) return false;
-  TPage page;
-  page.templateNumber = *number;
+  TPage page = LinkedFromHere(*number);
   page.kind = static_cast<std::int8_t>(Top().kind);
   page.container = Top().container;
-  page.back = static_cast<std::uint32_t>(page_);
-  page.hasBack = true;
   pages_.Add(*fileName, page);
   return true;
 }
@@ -297,14 +298,11 @@ bool THtmlSite::RequestItemPage(std::string_view templateName, std::string* file
                                 TFieldError* error) {
   const std::optional<int> number = FindTemplate(TemplateFileName(templateName), error);
   if (!number || !NameItemPage(*number, fileName, error)) return false;
-  TPage page;
-  page.templateNumber = *number;
+  TPage page = LinkedFromHere(*number);
   page.kind = static_cast<std::int8_t>(Top().kind);
   page.container = Top().container;
   page.item = Items().At(Top().item).index;
   page.hasItem = true;
-  page.back = static_cast<std::uint32_t>(page_);
-  page.hasBack = true;
   pages_.Add(*fileName, page);
   return true;
 }

@@ -83,6 +83,7 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   TBoardCache::THandle OpenContainer(int kind, int position, TFieldError* error);
   std::optional<int> FindTemplate(const std::string& fileName, TFieldError* error);
   int TemplateOfPage() const { return pages_.At(page_).templateNumber; }
+  TPage LinkedFromHere(int templateNumber) const;
   bool NameContainerPage(int templateNumber, std::string* fileName, TFieldError* error);
   bool NameItemPage(int templateNumber, std::string* fileName, TFieldError* error);
   bool Report(const TFieldError& error);

@@ -125,7 +125,7 @@ bool TLinkFollower::FindTarget(const std::string& path, TFileFacts* facts) {
 }
 
 bool TLinkFollower::IsPrivate(const std::string& fileName) const {
-  if (IsUnfinishedFile(fileName)) return true;
+  if (IsUnfinishedName(fileName)) return true;
   const std::string extension =
       LowerCased(fileName.substr(std::min(fileName.rfind('.'), fileName.size())));
   return std::find(kPrivateExtensions.begin(), kPrivateExtensions.end(), extension) !=

@@ -10,6 +10,7 @@
 namespace brevant {
 namespace {
 
+// A directory of its own: a name that is new in a directory costs as much as the directory is long.
 constexpr std::string_view kUnfinishedName = "~brevant.tmp";
 constexpr DWORD kBlockBytes = 65536;
 
@@ -45,9 +46,7 @@ UniqueFile CreateToWrite(const std::string& path) {
 
 }  // namespace
 
-bool IsUnfinishedFile(std::string_view fileName) {
-  return EqualsIgnoreCase(fileName, kUnfinishedName);
-}
+bool IsUnfinishedName(std::string_view name) { return EqualsIgnoreCase(name, kUnfinishedName); }
 
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
   WIN32_FIND_DATAA data;
@@ -98,15 +97,34 @@ std::string FullPath(const std::string& path) {
   return full;
 }
 
+TPageStore::~TPageStore() {
+  if (writing_) RemoveUnfinished();
+}
+
 void TPageStore::Scan() {
   pages_.clear();
   if (directory_.empty()) return;
-  bool unfinished = false;
+  RemoveUnfinished();
   ForEachFile(directory_ + "*", [&](const TFileFacts& file) {
-    if (IsUnfinishedFile(file.name)) unfinished = true;
     if (IsPageFile(file.name)) pages_.insert_or_assign(LowerCased(file.name), file);
   });
-  if (unfinished) DeleteFileA((directory_ + std::string(kUnfinishedName)).c_str());
+}
+
+void TPageStore::RemoveUnfinished() {
+  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  DeleteFileA((unfinished + "/file").c_str());
+  RemoveDirectoryA(unfinished.c_str());
+  writing_ = false;
+}
+
+std::string TPageStore::StartUnfinished() {
+  if (directory_.empty()) return {};
+  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  if (!writing_) {
+    CreateDirectoryA(unfinished.c_str(), nullptr);
+    writing_ = true;
+  }
+  return unfinished + "/file";
 }
 
 const TFileFacts* TPageStore::FindPage(const std::string& fileName) const {
@@ -132,8 +150,8 @@ bool TPageStore::Finish(const std::string& unfinished, const std::string& fileNa
 }
 
 bool TPageStore::Save(const std::string& fileName, const std::string& bytes) {
-  if (directory_.empty()) return false;
-  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  const std::string unfinished = StartUnfinished();
+  if (unfinished.empty()) return false;
   UniqueFile file = CreateToWrite(unfinished);
   if (!file) return false;
   const bool written = WriteWhole(file.Get(), bytes);
@@ -155,8 +173,8 @@ bool TPageStore::Touch(const std::string& fileName) const {
 TPageStore::TCopied TPageStore::Copy(const std::string& source, const std::string& fileName) {
   const UniqueFile from = UniqueFile::OpenToRead(source);
   if (!from) return TCopied::kNotReadable;
-  if (directory_.empty()) return TCopied::kNotWritable;
-  const std::string unfinished = directory_ + std::string(kUnfinishedName);
+  const std::string unfinished = StartUnfinished();
+  if (unfinished.empty()) return TCopied::kNotWritable;
   UniqueFile to = CreateToWrite(unfinished);
   if (!to) return TCopied::kNotWritable;
   std::string block(kBlockBytes, '\0');

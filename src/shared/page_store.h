@@ -16,9 +16,10 @@ namespace brevant {
 // that writes the file adds the archive attribute.
 inline constexpr DWORD kOwnFileAttributes = FILE_ATTRIBUTE_TEMPORARY;
 
-// Whether a file of that name is one that a page or a copy is first written to. Nothing links to
-// such a file; one that stands there at the start of a run was left by a run that was killed.
-bool IsUnfinishedFile(std::string_view fileName);
+// Whether the name is that of the directory in the site in which files are written before they get
+// their place and name. It is there during a run only, is no part of the site, and what a killed
+// run left of it is removed by the next one.
+bool IsUnfinishedName(std::string_view name);
 
 // A file as a directory search shows it.
 struct TFileFacts {
@@ -44,9 +45,13 @@ class TPageStore {
  public:
   // directory: with its final separator. Nothing can be saved in an empty one.
   explicit TPageStore(std::string directory) : directory_(std::move(directory)) {}
+  // Removes the directory of unfinished files.
+  ~TPageStore();
+  TPageStore(const TPageStore&) = delete;
+  TPageStore& operator=(const TPageStore&) = delete;
 
   const std::string& Directory() const { return directory_; }
-  // One pass over the directory: notes the pages there and removes unfinished files.
+  // One pass over the directory: notes the pages there. Removes what a killed run left.
   void Scan();
   // What Scan saw of a page, letter case ignored; null when it was not there.
   const TFileFacts* FindPage(const std::string& fileName) const;
@@ -63,9 +68,13 @@ class TPageStore {
   TCopied Copy(const std::string& source, const std::string& fileName);
 
  private:
+  // The path at which the next file is written; empty when the site cannot be written to.
+  std::string StartUnfinished();
   bool Finish(const std::string& unfinished, const std::string& fileName);
+  void RemoveUnfinished();
 
   std::string directory_;
+  bool writing_ = false;                               // the directory of unfinished files was made
   std::unordered_map<std::string, TFileFacts> pages_;  // by name in lower case
 };
 

@@ -354,7 +354,8 @@ TEST_F(HtmlTask, OnePostRewritesNoPageOfAnotherForum) {
 }
 
 TEST_F(HtmlTask, WhatAKilledRunLeftIsRemoved) {
-  WriteFileBytes(SitePath("~brevant.tmp"), "half a page");
+  std::filesystem::create_directory(SitePath("~brevant.tmp"));
+  WriteFileBytes(SitePath("~brevant.tmp/file"), "half a page");
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(SiteFiles(), std::vector<std::string>{"index.htm"});
 }
