@@ -236,7 +236,8 @@ TEST(TagParsing, AnOpenParenthesisMakesNoArguments) { EXPECT_EQ(ParseTag("M(a").
 TEST(TagParsing, AtMost16Arguments) {
   std::string tag = "M(0";
   for (int i = 1; i < 20; ++i) tag += "," + std::to_string(i);
-  const TTagParts parts = ParseTag(tag + ")");
+  tag += ")";
+  const TTagParts parts = ParseTag(tag);
   ASSERT_EQ(parts.arguments.size(), 16U);
   EXPECT_EQ(parts.arguments.back(), "15");
 }
@@ -244,7 +245,8 @@ TEST(TagParsing, AtMost16Arguments) {
 TEST(TagParsing, AtMost16Qualifiers) {
   std::string tag;
   for (int i = 0; i < 20; ++i) tag += std::to_string(i) + ".";
-  const TTagParts parts = ParseTag(tag + "NAME");
+  tag += "NAME";
+  const TTagParts parts = ParseTag(tag);
   ASSERT_EQ(parts.qualifiers.size(), 16U);
   EXPECT_EQ(parts.qualifiers.back(), "15");
   EXPECT_EQ(parts.name, "NAME");
