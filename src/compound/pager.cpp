@@ -310,7 +310,11 @@ std::vector<std::uint32_t> Pager::Committed() {
 }
 
 void Pager::DropChanges() noexcept {
-  if (fileBytes_ > committedBytes_) static_cast<void>(file_.SetSize(committedBytes_));
+  // Asked anew: a write that failed may have lengthened the file.
+  std::uint64_t size = 0;
+  if (file_.Size(&size) == Status::kOk && size > committedBytes_) {
+    static_cast<void>(file_.SetSize(committedBytes_));
+  }
 }
 
 }  // namespace compound

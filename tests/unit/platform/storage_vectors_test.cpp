@@ -3,11 +3,11 @@
 #include "platform/win32.h"
 #include "unit/platform/storage_helpers.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
+#include <gtest/gtest.h>
 #include <map>
 #include <sstream>
 
@@ -60,8 +60,8 @@ char TimeKind(const FILETIME& time) {
 }
 
 std::string Times(const STATSTG& stat) {
-  return std::string("m=") + TimeKind(stat.mtime) + " c=" + TimeKind(stat.ctime) + " a=" +
-         TimeKind(stat.atime);
+  return std::string("m=") + TimeKind(stat.mtime) + " c=" + TimeKind(stat.ctime) +
+         " a=" + TimeKind(stat.atime);
 }
 
 std::string StatTimes(const Storage& storage) {
@@ -247,8 +247,10 @@ TEST_F(StorageVectors, Naming) {
   ++Seen()["name-32-storage"];
   EXPECT_EQ(CreateStorage(root_, n32, storage), STG_E_INVALIDNAME);
   IsRather("name-32-open-stream", Name(OpenStream(root_, n32, stream)), "STG_E_INVALIDNAME");
-  const std::pair<const char*, const char*> kOdd[] = {
-      {"name-slash", "a/b"}, {"name-backslash", "a\\b"}, {"name-colon", "a:b"}, {"name-bang", "a!b"}};
+  const std::pair<const char*, const char*> kOdd[] = {{"name-slash", "a/b"},
+                                                      {"name-backslash", "a\\b"},
+                                                      {"name-colon", "a:b"},
+                                                      {"name-bang", "a!b"}};
   for (const auto& [id, name] : kOdd) {
     const HRESULT first = CreateStream(root_, name, stream);
     IsRather(id, Join({Name(first), Name(CreateStorage(root_, name, storage, kMake))}),
@@ -273,8 +275,8 @@ TEST_F(StorageVectors, ReadingAndWriting) {
   Is("write-zero", Join({Name(result), std::to_string(n)}));
   Is("write-null", s->Write(nullptr, 0, nullptr));
   s->Write("0123456789", 10, &n);
-  Is("write-position", Join({std::to_string(SeekTo(s, 0, STREAM_SEEK_CUR)),
-                             std::to_string(SizeOf(s))}));
+  Is("write-position",
+     Join({std::to_string(SeekTo(s, 0, STREAM_SEEK_CUR)), std::to_string(SizeOf(s))}));
   n = 99;
   result = s->Read(buffer, 5, &n);
   Is("read-at-end", Join({Name(result), std::to_string(n)}));
@@ -309,8 +311,7 @@ TEST_F(StorageVectors, SeekingAndResizing) {
   LARGE_INTEGER move;
   move.QuadPart = -1000;
   HRESULT result = s->Seek(move, STREAM_SEEK_CUR, nullptr);
-  IsRather("seek-before-start",
-           Join({Name(result), std::to_string(SeekTo(s, 0, STREAM_SEEK_CUR))}),
+  IsRather("seek-before-start", Join({Name(result), std::to_string(SeekTo(s, 0, STREAM_SEEK_CUR))}),
            "STG_E_INVALIDFUNCTION; 5");
   move.QuadPart = 0;
   Is("seek-bad-origin", s->Seek(move, 3, nullptr));
@@ -324,8 +325,7 @@ TEST_F(StorageVectors, SeekingAndResizing) {
   SeekTo(s, 0);
   const std::string all = ReadAll(s);
   const bool zero = all.substr(20) == std::string(10, '\0');
-  Is("setsize-larger",
-     Join({Name(result), std::to_string(SizeOf(s)), zero ? "zero" : "not zero"}));
+  Is("setsize-larger", Join({Name(result), std::to_string(SizeOf(s)), zero ? "zero" : "not zero"}));
   const auto firstTen = [&] {
     SeekTo(s, 0);
     s->Read(buffer, 10, &n);
@@ -380,8 +380,8 @@ TEST_F(StorageVectors, Statistics) {
   STATSTG xs{};
   x->Stat(&xs, STATFLAG_NONAME);
   Is("stat-stream-times", Times(xs));
-  Is("stat-stream", Join({std::to_string(xs.type), std::to_string(xs.cbSize.QuadPart),
-                          Hex(xs.grfMode)}));
+  Is("stat-stream",
+     Join({std::to_string(xs.type), std::to_string(xs.cbSize.QuadPart), Hex(xs.grfMode)}));
 }
 
 TEST_F(StorageVectors, SettingTimes) {
@@ -485,8 +485,9 @@ TEST_F(StorageVectors, CopiedTimesAndMovedElements) {
   a->CopyTo(0, nullptr, nullptr, b.Get());
   OpenStorage(b, "inner", inner);
   inner->Stat(&after, STATFLAG_NONAME);
-  IsRather("copyto-times", Join({Yes(TicksOf(before.ctime) == TicksOf(after.ctime)),
-                                 Yes(TicksOf(before.mtime) == TicksOf(after.mtime))}),
+  IsRather("copyto-times",
+           Join({Yes(TicksOf(before.ctime) == TicksOf(after.ctime)),
+                 Yes(TicksOf(before.mtime) == TicksOf(after.mtime))}),
            "yes; yes");
   inner.Reset();
   const HRESULT result =
@@ -509,8 +510,7 @@ TEST_F(StorageVectors, FilesThatAreNone) {
   WriteFileBytes(plain, std::string(4096, 't'));
   Is("stgopen-text", OpenFileRoot(plain, s));
   const HRESULT text = StgIsStorageFile(Wide(plain).c_str());
-  Is("stgis-text",
-     Join({Name(text), Name(StgIsStorageFile(Wide(directory_ / "none").c_str()))}));
+  Is("stgis-text", Join({Name(text), Name(StgIsStorageFile(Wide(directory_ / "none").c_str()))}));
   const HRESULT kept = CreateFileRoot(plain, s, kOpen);
   Is("stgcreate-over-text", Join({Name(kept), Name(CreateFileRoot(plain, s))}));
 }
@@ -540,13 +540,11 @@ TEST_F(StorageVectors, FilesThatAreOpen) {
   IsRather("root-create-open", Name(CreateFileRoot(path_, again)), "STG_E_SHAREVIOLATION");
   const bool gone = DeleteFileA(path_.c_str()) != FALSE;
   Is("root-delete-open", gone ? "success" : "error " + std::to_string(GetLastError()));
-  const HANDLE handle =
-      CreateFileA(path_.c_str(), GENERIC_READ,
-                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                  0, nullptr);
-  Is("root-read-open", handle == INVALID_HANDLE_VALUE
-                           ? "error " + std::to_string(GetLastError())
-                           : "success");
+  const HANDLE handle = CreateFileA(path_.c_str(), GENERIC_READ,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+  Is("root-read-open",
+     handle == INVALID_HANDLE_VALUE ? "error " + std::to_string(GetLastError()) : "success");
   CloseHandle(handle);
   root_.Reset();
   Storage a, b;
@@ -585,8 +583,7 @@ TEST_F(StorageVectors, ReleasingTheRootFirst) {
   const ULONG left = root_.Reset();
   STATSTG stat{};
   Is("released-root", Join({std::to_string(left), Name(sub->Stat(&stat, STATFLAG_NONAME)),
-                            Name(inner->Write("x", 1, nullptr)),
-                            Name(s->Write("x", 1, nullptr))}));
+                            Name(inner->Write("x", 1, nullptr)), Name(s->Write("x", 1, nullptr))}));
   Is("released-root-create",
      Join({Name(CreateStream(sub, "y", other)), Name(OpenStream(sub, "inner", other))}));
   Is("released-root-reopen", Reopen());
