@@ -224,8 +224,9 @@ class BREVANT_API TForum {
   const brevant::TListIndex& MessageIndex();
 
  protected:
-  // Removes the oldest message when there are "Max Message Count" or more.
-  void TrimForInsertion();
+  // Removes the oldest message when there are "Max Message Count" or more. False when that was the
+  // element inserted itself, as in a forum for no messages at all.
+  bool TrimForInsertion(DWORD inserted);
   // Marks a message as changed now (Greenwich time): the links to its neighbours are others.
   void TouchMessage(DWORD index);
 

@@ -83,7 +83,7 @@ DWORD TForum::InsertMessage(TMail& message) {
                         kExclusive)) {
         return 0;
       }
-      TrimForInsertion();
+      if (!TrimForInsertion(index)) return 0;
       if (!element.Copy(message)) return 0;
     }
     if (!WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
@@ -99,10 +99,12 @@ DWORD TForum::InsertMessage(TMail& message) {
   });
 }
 
-void TForum::TrimForInsertion() {
+bool TForum::TrimForInsertion(DWORD inserted) {
   const auto count = static_cast<DWORD>(Number("Message Count"));
   const auto most = static_cast<DWORD>(Number("Max Message Count"));
-  if (count >= most) RemoveMessage(static_cast<DWORD>(Number("First Message Index")));
+  if (count < most) return true;
+  const auto oldest = static_cast<DWORD>(Number("First Message Index"));
+  return RemoveMessage(oldest) == 0 || oldest != inserted;
 }
 
 void TForum::TouchMessage(DWORD index) {

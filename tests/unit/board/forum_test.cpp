@@ -195,6 +195,15 @@ TEST_F(Forum, TrimsOneMessageOnlyWhenTheLimitWasLowered) {
   EXPECT_EQ(Count(), 5);
 }
 
+TEST_F(Forum, ForumForNoMessagesTakesNone) {
+  forum_.Number("Max Message Count", 0);
+  EXPECT_EQ(Insert(forum_, "a"), 0U);
+  EXPECT_EQ(Rows(forum_).size(), 0U);
+  EXPECT_EQ(Count(), 0);
+  forum_.Number("Max Message Count", 2);
+  EXPECT_EQ(Insert(forum_, "a"), 1U);
+}
+
 TEST_F(Forum, NegativeLimitIsAHugeOne) {
   forum_.Number("Max Message Count", -1);
   for (int i = 0; i < 20; ++i) Insert(forum_, "x");
