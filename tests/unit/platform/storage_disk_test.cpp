@@ -304,6 +304,25 @@ TEST_F(StorageOnDisk, AnEnumeratorOfAReleasedRootIsReverted) {
   EXPECT_EQ(elements->Next(1, &stat, nullptr), STG_E_REVERTED);
 }
 
+TEST_F(StorageOnDisk, StateBitsAreKept) {
+  Storage sub;
+  CreateStorage(root_, "sub", sub);
+  EXPECT_EQ(sub->SetStateBits(0xFF, 0x0F), S_OK);
+  EXPECT_EQ(sub->SetStateBits(0x10, 0x30), S_OK);
+  sub.Reset();
+  ASSERT_EQ(Reopen(), S_OK);
+  EXPECT_EQ(TimesOf(root_, "sub").grfStateBits, 0x1FU);
+}
+
+TEST_F(StorageOnDisk, NoMoreMayBeDoneWithAnElementThanWithItsRoot) {
+  Put(root_, "s", "x");
+  ASSERT_EQ(Reopen(kRead), S_OK);
+  Stream s;
+  Storage sub;
+  EXPECT_EQ(OpenStream(root_, "s", s), STG_E_ACCESSDENIED);
+  EXPECT_EQ(CreateStorage(root_, "sub", sub), STG_E_ACCESSDENIED);
+}
+
 TEST_F(StorageOnDisk, StateBitsGoWithACopyAndManyElementsToo) {
   Storage from, to;
   CreateStorage(root_, "from", from);
