@@ -189,6 +189,7 @@ TEST_F(MimeTest, PeekAtBoundaryWaitsForWholeBoundaries) {
       "text/plain\r\n\r\none\r\n--abc--\r\n\r\n.\r\n");
   options.deviations[0].dribble = 1;
   Mailbox<Mime> mailbox({}, 0, options);
+  brevant::ArmDeadline(10000);
   ASSERT_EQ(mailbox.client.OpenResource("1", 1), 1);
   ASSERT_EQ(mailbox.client.OpenPart(), 1);
   EXPECT_EQ(ReadAll(mailbox.client), "one\r\n");
