@@ -1,5 +1,6 @@
 // Every page field of forums, messages and the board, over real forums.
 #include "html_board.h"
+#include "support/element_times.h"
 #include "text/page_fields.h"
 
 namespace test {
@@ -129,6 +130,7 @@ TEST_F(HtmlFields, AddressesAreUrlEncodedInsideATagUpToTheQuestionMark) {
 // --- Times ---------------------------------------------------------------------------------------
 
 TEST_F(HtmlFields, MessageTimesAreWrittenAsTheyAreStored) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
   Add("General Talk", {.time = TTime(2000, 1, 5, 22, 30, 45)});
   EXPECT_EQ(InItem("$MESSAGE_DATE$"), "Wed, 5 Jan 2000");
   EXPECT_EQ(InItem("$MESSAGE_TIME$"), "10:30 PM");
@@ -140,6 +142,7 @@ TEST_F(HtmlFields, MessageTimesAreWrittenAsTheyAreStored) {
 }
 
 TEST_F(HtmlFields, ModifiedTimes) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
   Add("General Talk", {.time = TTime(2000, 1, 5, 22, 30, 45)});
   EXPECT_EQ(InItem("$MESSAGE_DATE_MODIFIED$"), "Wed, 5 Jan 2000");
   EXPECT_EQ(InItem("$MESSAGE_TIME_MODIFIED(24HR)$"), "22:30");
@@ -155,6 +158,7 @@ TEST_F(HtmlFields, DateAndTimeOfTheBoardAreNow) {
 }
 
 TEST_F(HtmlFields, AMessageOfTodayIsNew) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
   Add("General Talk", {.time = TTime::Now()});
   EXPECT_EQ(InItem("[$MESSAGE_IS_NEW$]"), "[new]");
   EXPECT_EQ(InItem("[$MESSAGE_IS_NEW(0)$]"), "[new]");
@@ -172,6 +176,7 @@ TEST_F(HtmlFields, NothingOfLastMonthIsNew) {
 }
 
 TEST_F(HtmlFields, NewGoesByTheDayOfTheMonth) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
   const TTime today = TTime::Now();
   const TTime first(today.Year(), today.Month(), 1, 12, 0, 0);
   Add("General Talk", {.time = first});

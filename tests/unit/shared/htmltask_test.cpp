@@ -3,6 +3,7 @@
 
 #include "frame/task_factory.h"
 #include "html_board.h"
+#include "support/element_times.h"
 
 #include <filesystem>
 
@@ -333,6 +334,7 @@ TEST_F(HtmlTask, APageThatShowsTheTimeIsLeftAloneWhenNothingIsNewer) {
 }
 
 TEST_F(HtmlTask, OnePostRewritesNoPageOfAnotherForum) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
   const TTime longAgo(2001, 2, 3, 4, 5, 6);
   MakeForum("Other");
   Add("Other", {.time = longAgo});
