@@ -114,6 +114,8 @@ void AddConfig(CLI::App& app, Action& action) {
 
 int Main(int argc, char** argv) {
   CLI::App app("Runs web bulletin boards as static sites: mail in, pages out.", "brevant-host");
+  // A path that begins with a slash is a path on every platform.
+  app.allow_windows_style_options(false);
   app.set_version_flag("--version", "brevant-host " BREVANT_VERSION);
   app.require_subcommand(1);
   Action action;
