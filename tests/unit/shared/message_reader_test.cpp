@@ -196,7 +196,7 @@ TEST_F(MessageReader, FilesHaveExactlyTheTemporaryAttribute) {
             TReadResult::kRead);
   ASSERT_EQ(files_.size(), 2u);
   for (const std::string& path : files_) {
-    EXPECT_EQ(GetFileAttributesA(path.c_str()), FILE_ATTRIBUTE_TEMPORARY) << path;
+    EXPECT_EQ(GetFileAttributesA(path.c_str()), DWORD{FILE_ATTRIBUTE_TEMPORARY}) << path;
   }
 }
 
