@@ -26,12 +26,29 @@ std::string DefaultTemplates() {
   throw UserError("Cannot find the default templates; name their directory with --templates");
 }
 
+// By hand: the standard library's copying fails on some Windows systems where it takes two files
+// for one.
+void CopyFileBytes(const fs::path& from, const fs::path& to) {
+  std::ifstream in(from, std::ios::binary);
+  std::ofstream out(to, std::ios::binary);
+  // An empty file would count as a failure to read.
+  if (in && in.peek() != std::ifstream::traits_type::eof()) out << in.rdbuf();
+  if (in.bad() || !out.flush()) throw UserError("Cannot write " + to.generic_string());
+}
+
 // Only what is not there yet: a second init completes a board and overwrites nothing.
 void CopyTemplates(const std::string& from, const std::string& to) {
   std::error_code error;
   if (!fs::is_directory(from, error)) throw UserError("Cannot open the templates in " + from);
-  fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::skip_existing, error);
-  if (error) throw UserError("Cannot copy the templates to " + to + ": " + error.message());
+  const fs::path source = from;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source)) {
+    const fs::path target = fs::path(to) / entry.path().lexically_relative(source);
+    if (entry.is_directory()) {
+      fs::create_directories(target, error);
+    } else if (entry.is_regular_file() && !fs::exists(target, error)) {
+      CopyFileBytes(entry.path(), target);
+    }
+  }
 }
 
 void MakeDirectory(const std::string& path) {
