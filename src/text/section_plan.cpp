@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 namespace brevant {
 namespace {
@@ -70,6 +71,7 @@ class TPlanner {
   bool IsContainer(int number) const { return Class(number).level == TFieldLevel::kContainer; }
 
   void CollectMarkers() {
+    markersOfClass_.resize(plan_.classes.size());
     std::size_t mark = 0;
     for (const TPageItems::Span& span : items_.spans) {
       if (span.section < 0) continue;
@@ -80,6 +82,7 @@ class TPlanner {
       if (part >= 0 && !Holds(requests_[part], objects)) {
         requests_[part].push_back({objects, markers_.size()});
       }
+      markersOfClass_[static_cast<std::size_t>(objects)].push_back(markers_.size());
       markers_.push_back({span.item, objects});
     }
     for (const TMarkedItem& marked : tree_.marked) {
@@ -131,25 +134,28 @@ class TPlanner {
                     [&](const TRequest& request) { return IsContainer(request.objects); })) {
       return;
     }
-    const TRequest* own = nullptr;
-    TRequest candidate{};
-    for (std::size_t marker = FirstMarker(items.begin);
-         marker < markers_.size() && markers_[marker].item < items.end; ++marker) {
-      const int objects = markers_[marker].objects;
-      if (IsBound(objects)) continue;
-      if (own != nullptr && !IsContainer(objects)) continue;
-      candidate = {objects, marker};
-      own = &candidate;
-      if (IsContainer(objects)) break;
+    std::optional<TRequest> own;
+    for (std::size_t number = 0; number < plan_.classes.size(); ++number) {
+      const int objects = static_cast<int>(number);
+      const std::size_t marker = FirstMarker(objects, items);
+      if (marker == markers_.size() || IsBound(objects)) continue;
+      const auto key = [&](const TRequest& request) {
+        return std::pair(!IsContainer(request.objects), request.marker);
+      };
+      const TRequest candidate{objects, marker};
+      if (!own || key(candidate) < key(*own)) own = candidate;
     }
-    if (own != nullptr && !Holds(*wanted, own->objects)) wanted->push_back(*own);
+    if (own && !Holds(*wanted, own->objects)) wanted->push_back(*own);
   }
 
-  std::size_t FirstMarker(std::size_t item) const {
+  // The first marker in a range that asks for the objects; the number of markers when there is
+  // none.
+  std::size_t FirstMarker(int objects, const TItemRange& range) const {
+    const std::vector<std::size_t>& asking = markersOfClass_[static_cast<std::size_t>(objects)];
     const auto at = std::lower_bound(
-        markers_.begin(), markers_.end(), item,
-        [](const TMarker& marker, std::size_t wanted) { return marker.item < wanted; });
-    return static_cast<std::size_t>(at - markers_.begin());
+        asking.begin(), asking.end(), range.begin,
+        [this](std::size_t marker, std::size_t item) { return markers_[marker].item < item; });
+    return at == asking.end() || markers_[*at].item >= range.end ? markers_.size() : *at;
   }
 
   // Kinds by their first markers, of each kind the container before its items.
@@ -176,9 +182,10 @@ class TPlanner {
   const TPageItems& items_;
   TElementTree tree_;
   TSectionPlan plan_;
-  std::vector<TMarker> markers_;                // in document order
-  std::map<std::int32_t, TRequests> requests_;  // by element
-  std::vector<std::size_t> open_;               // the parts around the place at hand
+  std::vector<TMarker> markers_;                          // in document order
+  std::vector<std::vector<std::size_t>> markersOfClass_;  // their numbers
+  std::map<std::int32_t, TRequests> requests_;            // by element
+  std::vector<std::size_t> open_;                         // the parts around the place at hand
 };
 
 }  // namespace
