@@ -63,9 +63,15 @@ std::string ElementName(std::string_view tag) {
   return name;
 }
 
-bool ContainsIgnoringCase(std::string_view text, std::string_view wanted) {
+// Whether the template itself wrote that text, in any letter case, into a tag.
+bool AuthorWrote(const TPageItems& items, std::size_t item, std::string_view wanted) {
+  const std::string_view text = items.Text(item);
   for (std::size_t at = 0; at + wanted.size() <= text.size(); ++at) {
-    if (EqualsIgnoreCase(text.substr(at, wanted.size()), wanted)) return true;
+    const std::size_t end = at + wanted.size();
+    if (EqualsIgnoreCase(text.substr(at, wanted.size()), wanted) &&
+        !items.OutOfField(item, at, end)) {
+      return true;
+    }
   }
   return false;
 }
@@ -117,6 +123,7 @@ class TTreeBuilder {
   bool IsMarked(std::size_t item) const {
     return nextMarked_ < markedItems_.size() && markedItems_[nextMarked_] == item;
   }
+  bool EndsComment(std::size_t item) const;
   bool EndsRawText(std::size_t item) const;
   void TakeTerm(std::size_t item, bool isTerm);
   void TakeEndTag(std::size_t item);
@@ -252,14 +259,11 @@ bool TTreeBuilder::TakeRepeat(std::size_t item) {
 }
 
 // Whether the item is inside a comment or inside an element that holds no others. Comments run to
-// "-->", so the tags in one are items of the page without being elements.
+// "-->", so the tags in one are items of the page without being elements. What came out of a field
+// neither begins nor ends one.
 bool TTreeBuilder::InOpaqueText(std::size_t item) {
-  const TItemKind kind = items_.Kind(item);
-  const std::string_view text = items_.Text(item);
   if (inComment_) {
-    const bool ends = kind == TItemKind::kWord ? text.find("-->") != std::string_view::npos
-                                               : text.ends_with("--");
-    if (ends) inComment_ = false;
+    inComment_ = !EndsComment(item);
     return true;
   }
   if (rawText_ >= 0) {
@@ -269,18 +273,30 @@ bool TTreeBuilder::InOpaqueText(std::size_t item) {
     }
     return true;
   }
-  if (kind != TItemKind::kStartTag || !text.starts_with("!--")) return false;
-  if (items_.Has(item, TPageItems::kOpenedByField)) return true;
-  inComment_ = !text.ends_with("--");
+  const bool begins =
+      items_.Kind(item) == TItemKind::kStartTag && items_.Text(item).starts_with("!--");
+  if (!begins) return false;
+  const bool ofField =
+      items_.Has(item, TPageItems::kOpenedByField) || items_.OutOfField(item, 0, 3);
+  inComment_ = !ofField && !EndsComment(item);
   return true;
+}
+
+bool TTreeBuilder::EndsComment(std::size_t item) const {
+  const std::string_view text = items_.Text(item);
+  if (items_.Kind(item) == TItemKind::kWord) {
+    return text.find("-->") != std::string_view::npos && !items_.Has(item, TPageItems::kAllField);
+  }
+  return text.ends_with("--") && !items_.OutOfField(item, text.size() - 2, text.size());
 }
 
 // "a<b" in a script swallows the end tag behind it.
 bool TTreeBuilder::EndsRawText(std::size_t item) const {
   const TItemKind kind = items_.Kind(item);
-  const std::string_view text = items_.Text(item);
-  if (kind == TItemKind::kStartTag) return ContainsIgnoringCase(text, rawEnd_);
-  return kind == TItemKind::kEndTag && ElementName(text) == rawEnd_.substr(2);
+  if (kind == TItemKind::kStartTag) return AuthorWrote(items_, item, rawEnd_);
+  if (kind != TItemKind::kEndTag || items_.Has(item, TPageItems::kOpenedByField)) return false;
+  return ElementName(items_.Text(item)) == rawEnd_.substr(2) &&
+         !items_.OutOfField(item, 0, rawEnd_.size() - 2);
 }
 
 void TTreeBuilder::TakeStartTag(std::size_t item) {

@@ -57,18 +57,6 @@ bool ReadAttribute(std::string_view text, std::size_t at, TAttribute* attribute)
   return true;
 }
 
-bool ComesFromField(const TPageItems& items, const TAttribute& attribute) {
-  if (items.Has(attribute.item, TPageItems::kAllField)) return true;
-  if (!items.Has(attribute.item, TPageItems::kSpans)) return false;
-  const std::size_t end = attribute.valueBegin + attribute.value.size();
-  for (std::size_t i = items.FirstSpan(attribute.item);
-       i < items.spans.size() && items.spans[i].item == attribute.item; ++i) {
-    const TPageItems::Span& span = items.spans[i];
-    if (span.begin < end && span.end > attribute.valueBegin) return true;
-  }
-  return false;
-}
-
 bool NeedsQuotes(std::string_view value) {
   return value.empty() || std::any_of(value.begin(), value.end(), [](char c) {
            return IsBlank(c) || c == '"' || c == '\'' || c == '=' || c == '`' || c == '>';
@@ -104,7 +92,8 @@ bool TPageWriter::FindAttribute(std::string_view name, TAttribute* attribute, st
     while (ReadAttribute(text, at, &found)) {
       if (EqualsIgnoreCase(found.name, name)) {
         found.item = item;
-        found.fromField = ComesFromField(items_, found);
+        found.fromField =
+            items_.OutOfField(item, found.valueBegin, found.valueBegin + found.value.size());
         *attribute = found;
         return true;
       }

@@ -13,6 +13,15 @@ std::size_t TPageItems::FirstSpan(std::size_t item) const {
   return static_cast<std::size_t>(at - spans.begin());
 }
 
+bool TPageItems::OutOfField(std::size_t item, std::size_t begin, std::size_t end) const {
+  if (Has(item, kAllField)) return true;
+  if (!Has(item, kSpans)) return false;
+  for (std::size_t i = FirstSpan(item); i < spans.size() && spans[i].item == item; ++i) {
+    if (spans[i].begin < end && spans[i].end > begin) return true;
+  }
+  return false;
+}
+
 void TPageItems::Append(const TPageItems& from, std::size_t begin, std::size_t end) {
   if (begin == end) return;
   const std::size_t firstNew = entries.size();

@@ -25,7 +25,7 @@ class TPageItems {
   enum Flags : unsigned {
     kNoFlags = 0,
     kOpenedByField = 1,  // the "<" came out of a field
-    kAllField = 2,       // the whole text did
+    kAllField = 2,       // the whole text did; of words too
     kSpans = 4,          // there are spans of this item
   };
   // Offset into the text (40 bits), length (16), kind (4), flags (4).
@@ -59,6 +59,9 @@ class TPageItems {
   }
   // The first span of an item, or of the first item behind it that has one.
   std::size_t FirstSpan(std::size_t item) const;
+  // Whether any of the bytes [begin, end) of an item's text came, or will come, out of a field. Of
+  // a word only what is true of it as a whole is known.
+  bool OutOfField(std::size_t item, std::size_t begin, std::size_t end) const;
   // Appends the items [begin, end) of another page with their spans.
   void Append(const TPageItems& from, std::size_t begin, std::size_t end);
   // Moves the items from number begin on into a page of their own. No text may stand behind theirs.

@@ -179,6 +179,7 @@ void TPageWriter::Flush() {
 }
 
 void TPageWriter::AppendToToken(std::string_view run) {
+  tokenOfField_ = fromField_ && (tokenOfField_ || TokenLength() == 0);
   if (TokenLength() + run.size() > kTokenLimit) {
     AppendBeyondLimit(run);
     return;
@@ -241,8 +242,7 @@ bool TPageWriter::SplitAtBlank() {
   if (blank == std::string_view::npos) return false;
   if (blank > 0) {
     const bool marked = behind > 0 && spans[behind - 1].item == item;
-    items_.Add(TItemKind::kWord, tokenBegin_, blank,
-               marked ? TPageItems::kSpans : TPageItems::kNoFlags);
+    items_.Add(TItemKind::kWord, tokenBegin_, blank, WordFlags(marked));
   }
   for (std::size_t i = behind; i < spans.size(); ++i) {
     spans[i].item = items_.entries.size();
@@ -260,8 +260,7 @@ void TPageWriter::Drop(std::size_t count) {
 
 void TPageWriter::ProduceWord() {
   if (TokenLength() == 0) return;
-  items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(),
-             TokenHasSpans() ? TPageItems::kSpans : TPageItems::kNoFlags);
+  items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(), WordFlags(TokenHasSpans()));
   tokenBegin_ = items_.text.size();
 }
 
@@ -303,6 +302,7 @@ unsigned TPageWriter::CloseSpans(std::size_t length, std::size_t slash) {
 // A tag that nothing closes is text: its "<" and what was read of it.
 void TPageWriter::TagToWord() {
   inTag_ = false;
+  tokenOfField_ = tagOpenedByField_ && (tokenOfField_ || TokenLength() == 0);
   items_.text.insert(tokenBegin_, 1, '<');
   std::vector<TPageItems::Span>& spans = items_.spans;
   const std::size_t item = items_.entries.size();
@@ -351,6 +351,7 @@ void TPageWriter::WriteMarker(std::string_view text, std::int32_t section) {
     return;
   }
   items_.text.append(text);
+  tokenOfField_ = false;
   items_.spans.push_back({items_.entries.size(), static_cast<std::uint32_t>(begin),
                           static_cast<std::uint32_t>(begin + text.size()), section});
 }

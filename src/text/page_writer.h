@@ -175,6 +175,10 @@ class TPageWriter {
   void AppendBeyondLimit(std::string_view run);
   void MarkFieldBytes(std::size_t count);
   bool SplitAtBlank();
+  unsigned WordFlags(bool marked) const {
+    if (marked) return TPageItems::kSpans;
+    return tokenOfField_ ? TPageItems::kAllField : TPageItems::kNoFlags;
+  }
   void Drop(std::size_t count);
   void ProduceWord();
   void OpenTag();
@@ -201,6 +205,7 @@ class TPageWriter {
   bool collecting_ = false;
   bool inTag_ = false;
   bool tagOpenedByField_ = false;
+  bool tokenOfField_ = false;  // the whole token came out of a field
   bool literal_ = false;
   bool fromField_ = false;
   bool sectionsAtOnce_ = false;  // in a sub-template inside an HTML tag: there are no parts

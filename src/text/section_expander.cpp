@@ -115,6 +115,7 @@ void TSectionExpander::Rewrite(std::size_t mark) {
     RewritePieces(mark);
   } else {
     page_.OpenTag();
+    page_.tagOpenedByField_ = items_.Has(plan_.marked[mark].item, TPageItems::kOpenedByField);
     if (kind == TItemKind::kEndTag) page_.AppendToToken("/");
     RewritePieces(mark);
     if (page_.inTag_) {

@@ -1,21 +1,13 @@
 // Repeated parts: which part of the page is repeated, and for which objects.
 #include "template_board.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 
 namespace brevant {
 namespace {
 
 using test::Page;
-
-// Two forums with items, two lists with links.
-struct SectionPage : Page {
-  SectionPage() {
-    board.containers[1] = {{"F1", {"m1", "m2"}}, {"F2", {"m3"}}};
-    board.containers[3] = {{"L1", {"k1"}}, {"L2", {}}};
-  }
-};
+using test::SectionPage;
 
 std::string Made(std::string_view text) { return SectionPage().Make(text); }
 
@@ -184,6 +176,54 @@ TEST(SectionTags, OutOfFieldsAreNoElements) {
             "<ul><li></p></li><li><div><b>F1</b></li><li></p></li><li><div><b>F2</b></li></ul>");
 }
 
+TEST(SectionTags, OutOfFieldsEndNoScript) {
+  SectionPage page;
+  page.Add("HOSTILE", "</script>");
+  page.Add("TAIL", "x</script");
+  for (std::string script : {"s='$HOSTILE$'; '</p>'", "a<b$TAIL$>c '</p>'", "</$TAIL$> '</p>'"}) {
+    script = "<script>" + script + "</script>";
+    const std::string made = page.Make("<p>" + script + "$FORUM$</p>");
+    EXPECT_TRUE(made.ends_with("F2</p>")) << made;
+    EXPECT_NE(made.find("F1</p><p><script>"), std::string::npos) << made;
+  }
+}
+
+TEST(SectionTags, TheTemplatesOwnEndOfAScriptCountsBehindAFieldsBracket) {
+  SectionPage page;
+  page.Add("OPEN", "a<b");
+  EXPECT_EQ(page.Make("<p><script>'$OPEN$'</script>$FORUM$</p>"),
+            "<p><script>'a<b'</script>F1</p><p><script>'a<b'</script>F2</p>");
+}
+
+TEST(SectionTags, OutOfFieldsEndNoComment) {
+  for (std::string value : {"<x-->", "-->", "a --> b", "<x --", "</x-->"}) {
+    SectionPage page;
+    page.Add("HOSTILE", value);
+    const std::string made = page.Make("<p><!-- <div> $HOSTILE$ </p> -->$FORUM$</p>");
+    EXPECT_TRUE(made.ends_with("F2</p>")) << made;
+    EXPECT_NE(made.find("F1</p><p><!--"), std::string::npos) << made;
+    SectionPage other;
+    other.Add("HOSTILE", value);
+    const std::string inTag = other.Make("<p><!-- $HOSTILE$ </p> -->$FORUM$</p>");
+    EXPECT_NE(inTag.find("F1</p><p><!--"), std::string::npos) << inTag;
+  }
+}
+
+TEST(SectionTags, OutOfFieldsOpenNoComment) {
+  SectionPage page;
+  page.Add("HOSTILE", "<!-- ");
+  page.Add("TEXT", "!-- ");
+  EXPECT_EQ(page.Make("<div>$HOSTILE$><$TEXT$><p>$FORUM$</p></div>"),
+            "<div><!-- ><!-- ><p>F1</p><p>F2</p></div>");
+}
+
+TEST(SectionTags, TheTemplatesOwnEndOfACommentCountsBehindAFieldsBracket) {
+  SectionPage page;
+  page.Add("OPEN", "a <b");
+  EXPECT_EQ(page.Make("<p><!-- <i>$OPEN$ -->$FORUM$</p>"),
+            "<p><!-- <i>a <b -->F1</p><p><!-- <i>a <b -->F2</p>");
+}
+
 TEST(SectionObjects, WithoutAnyThePartGoes) {
   Page page;
   EXPECT_EQ(page.Make("<title>$FORUM$</title><ul>a<li>b $FORUM$</li>c</ul>"),
@@ -310,178 +350,6 @@ TEST(SectionExtent, UnpairedCommentsStay) {
 TEST(SectionExtent, OneThatNobodyNeedsLeavesNoComments) {
   EXPECT_EQ(Made("<div>$FORUM$<!--repeat--><b>$FORUM$</b><!--/repeat--></div>"),
             "<div>F1<b>F1</b></div><div>F2<b>F2</b></div>");
-}
-
-TEST(SectionIdentity, CommentsOutOfFieldsAreComments) {
-  SectionPage page;
-  page.Add("HOSTILE", "<!--repeat-->");
-  page.Add("HOSTILE_END", "<!--/repeat-->");
-  page.Add("WORD", "repeat");
-  EXPECT_EQ(page.Make("$HOSTILE$<p>$FORUM$</p>$HOSTILE_END$<!--$WORD$--><p>x</p>"),
-            "<!--repeat--><p>F1</p><p>F2</p><!--/repeat--><!--repeat--><p>x</p>");
-}
-
-TEST(SectionIdentity, MarkersOutOfFieldsAreText) {
-  SectionPage page;
-  page.Add("HOSTILE", "$*.FORUM$");
-  EXPECT_EQ(page.Make("<p>$FORUM$</p><p>$HOSTILE$</p>"), "<p>F1</p><p>F2</p><p>$*.FORUM$</p>");
-}
-
-TEST(SectionIdentity, ValuesOfObjectsAreNotExpandedAgain) {
-  SectionPage page;
-  page.board.containers[1] = {{"$*.FORUM$", {}}, {"$FORUM$", {}}};
-  EXPECT_EQ(page.Make("<p>$FORUM$</p>"), "<p>$*.FORUM$</p><p>$FORUM$</p>");
-}
-
-TEST(SectionRequests, AreRegisteredOnceAndMarkedEveryTime) {
-  SectionPage page;
-  page.writer.Feed("<p>$FORUM$</p> $FORUM$ $*.FORUM$ $All.FORUM$");
-  page.writer.Flush();
-  ASSERT_EQ(page.writer.Sections().size(), 2U);
-  EXPECT_EQ(page.writer.Sections()[0].text, "*.FORUM");
-  EXPECT_EQ(page.writer.Sections()[1].text, "All.FORUM");
-  EXPECT_EQ(test::OneLine(page.writer), "<p>$*.FORUM$</p> $*.FORUM$ $*.FORUM$ $All.FORUM$");
-}
-
-TEST(SectionRequests, ArgumentsReachTheFieldAndMayHoldMarkup) {
-  SectionPage page;
-  page.Add(
-      "ARGS",
-      [&page](TPageWriter& writer, TFieldArguments arguments) {
-        writer.Feed(page.board.ContainerName(1));
-        for (std::string_view argument : arguments) writer.Feed(argument);
-        return 1;
-      },
-      1, TFieldLevel::kContainer);
-  EXPECT_EQ(page.Make("<p>$ARGS(<b>,x y, )$</p>"), "<p>F1<b>x y</p><p>F2<b>x y</p>");
-}
-
-TEST(SectionRequests, SourceTimesOfObjectsAreRecorded) {
-  SectionPage page;
-  page.Add(
-      "T", [](TPageWriter&, TFieldArguments) { return 1; }, 1, TFieldLevel::kContainer,
-      TTime::FromTicks(77));
-  page.Make("<p>$T$</p>");
-  EXPECT_EQ(page.writer.SourceTime().Ticks(), 77U);
-}
-
-TEST(SectionRequests, AFailureIsWrittenInEveryCopy) {
-  SectionPage page;
-  page.Add(
-      "BAD", [](TPageWriter&, TFieldArguments) { return 0; }, 1, TFieldLevel::kContainer);
-  EXPECT_EQ(page.Make("<p>$BAD$</p>"), "<p>***ERROR***</p><p>***ERROR***</p>");
-}
-
-TEST(SectionValues, AreTokenizedInPlace) {
-  SectionPage page;
-  page.board.containers[1] = {{"a<i>b\nc</i>", {}}, {"\"><q x=\"", {}}};
-  EXPECT_EQ(page.Make("<p>$FORUM$,z</p>"), "<p>a<i>b c</i>,z</p><p>\"> <q x=\",z</p>");
-}
-
-TEST(SectionValues, AnUnclosedTagStaysInItsWord) {
-  SectionPage page;
-  page.board.containers[1] = {{"a <b", {}}};
-  EXPECT_EQ(page.Make("<p>$FORUM$</p><p>z</p>"), "<p>a  <b</p><p>z</p>");
-}
-
-TEST(SectionValues, MayCloseTheTagTheyStandIn) {
-  SectionPage page;
-  page.board.containers[1] = {{"x>y", {}}};
-  EXPECT_EQ(page.Make("<p><a b=$FORUM$ c></p>"), "<p><a b=x>y c></p>");
-}
-
-TEST(SectionSubTemplate, IsFedAsTemplateText) {
-  SectionPage page;
-  page.Add("X", "value");
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("sub", "<i>$X$</i> $NO$");
-  });
-  EXPECT_EQ(page.Make("a$SUB$b"), "a<i>value</i> $NO$b");
-}
-
-TEST(SectionSubTemplate, ItsSectionsAreExpandedAtOnce) {
-  SectionPage page;
-  page.Add(
-      "SUB",
-      [](TPageWriter& writer, TFieldArguments) {
-        return writer.FeedSubTemplate("sub", "<ul><li>$MESSAGE$</li></ul>");
-      },
-      1, TFieldLevel::kContainer);
-  EXPECT_EQ(page.Make("<div>$FORUM$ $SUB$</div>"),
-            "<div>F1<ul><li>m1</li><li>m2</li></ul></div><div>F2<ul><li>m3</li></ul></div>");
-}
-
-TEST(SectionSubTemplate, ItsPartsEndWithIt) {
-  SectionPage page;
-  page.board.container[1] = 0;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("sub", "<b>x</b>$MESSAGE$");
-  });
-  EXPECT_EQ(page.Make("<p>a $SUB$ b</p>"), "<p>a<b>x</b>m1m2 b</p>");
-}
-
-TEST(SectionSubTemplate, InsideAnHtmlTagItsSectionsAreWrittenInARow) {
-  SectionPage page;
-  page.board.container[1] = 0;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("sub", "$MESSAGE$;");
-  });
-  EXPECT_EQ(page.Make("<a title=\"$SUB$\">"), "<a title=\"m1m2;\">");
-}
-
-TEST(SectionSubTemplate, InsideItselfIsAnError) {
-  SectionPage page;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("dir/sub.htf", "a$SUB$b");
-  });
-  EXPECT_EQ(page.Make("$SUB$"), "a***ERROR: Cannot open template sub.htf inside itself***b");
-}
-
-TEST(SectionSubTemplate, AMissingOneIsAnError) {
-  SectionPage page;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("no/such/directory/graph.htf");
-  });
-  EXPECT_EQ(page.Make("$SUB$"), "***ERROR: Cannot open template graph.htf***");
-}
-
-TEST(SectionSubTemplate, ATagOpenAtItsEndIsText) {
-  SectionPage page;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("sub", "costs $5 ");
-  });
-  EXPECT_EQ(page.Make("$SUB$and$X$"), "costs $5 and$X$");
-}
-
-TEST(SectionSubTemplate, MarkersOfThePageAroundStayItsOwn) {
-  SectionPage page;
-  page.Add("SUB", [](TPageWriter& writer, TFieldArguments) {
-    return writer.FeedSubTemplate("sub", "<b>$LIST$</b>");
-  });
-  EXPECT_EQ(page.Make("<p>$FORUM$$SUB$</p>"),
-            "<p>F1<b>L1</b><b>L2</b></p><p>F2<b>L1</b><b>L2</b></p>");
-}
-
-TEST(SectionHostile, DeepNestingNeedsNoDeepStack) {
-  std::string text;
-  for (int i = 0; i < 200'000; ++i) text += "<div><b>";
-  text += "$FORUM$";
-  SectionPage page;
-  const auto start = std::chrono::steady_clock::now();
-  const std::string made = page.Make(text);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-  EXPECT_EQ(made.size(), text.size() - 7 + 2 + 3 + 5 + 2);
-}
-
-TEST(SectionHostile, ManyObjectsTakeLinearTime) {
-  SectionPage page;
-  std::vector<std::string> items(100'000, "subject of a message");
-  page.board.containers[1] = {{"F", items}};
-  page.board.container[1] = 0;
-  const auto start = std::chrono::steady_clock::now();
-  page.Make("<table><tr><td><a href=\"$MESSAGE$\">$MESSAGE$</a></td></tr></table>");
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-  EXPECT_EQ(page.writer.ItemCount(), 100'000U * 7 + 2);
 }
 
 }  // namespace

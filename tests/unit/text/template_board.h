@@ -88,6 +88,14 @@ class Page {
   std::string Make(std::string_view text);
 };
 
+// Two forums with items, two lists with links.
+struct SectionPage : Page {
+  SectionPage() {
+    board.containers[1] = {{"F1", {"m1", "m2"}}, {"F2", {"m3"}}};
+    board.containers[3] = {{"L1", {"k1"}}, {"L2", {}}};
+  }
+};
+
 // One line an item: W word, S space, L line break, < start tag, / end tag.
 std::string Dump(const brevant::TPageWriter& writer);
 // The items of a text that is fed to a writer without dispatcher.
