@@ -126,6 +126,19 @@ TEST(HtmlDecode, OtherEndsMakeNoName) {
   EXPECT_EQ(Decoded("&lt&gt;"), "&lt>");
 }
 
+TEST(HtmlDecode, TheBlankThatEndsANameStays) {
+  EXPECT_EQ(Decoded("&amp &amp; &amp"), "& & &");
+  EXPECT_EQ(Decoded("&amp\n&amp\t&amp"), "&amp\n&amp\t&");
+}
+
+TEST(HtmlDecode, ANameLongerThanAnyIsUnknown) {
+  EXPECT_EQ(Decoded("&frac123;&atildex;&lt;"), "&frac123;&atildex;<");
+}
+
+TEST(HtmlDecode, WorksOnBytesOfAnyValue) {
+  EXPECT_EQ(Decoded(std::string("\0&lt;\xFF", 6)), std::string("\0<\xFF", 3));
+}
+
 TEST(HtmlDecode, UnknownNamesStay) {
   EXPECT_EQ(Decoded("&uml;&nosuch;&;& &#65;"), "&uml;&nosuch;&;& &#65;");
 }

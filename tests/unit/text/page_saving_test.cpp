@@ -56,6 +56,31 @@ TEST(PageSaving, AnItemOf79GoesBehindAShortBeginning) {
   EXPECT_EQ(Rendered(Word(11) + tag), Word(11) + "\r\n" + tag);
 }
 
+TEST(PageSaving, AWordOf79BehindAShortWordIsSeparated) {
+  EXPECT_EQ(Rendered(Word(10) + " " + Word(79, 'y')), Word(10) + " " + Word(79, 'y'));
+  EXPECT_EQ(Rendered(Word(11) + " " + Word(79, 'y')), Word(11) + "\r\n" + Word(79, 'y'));
+}
+
+TEST(PageSaving, WordsOf80TogetherStandOnTwoLines) {
+  EXPECT_EQ(Rendered(Word(40) + " " + Word(40, 'y')), Word(40) + "\r\n" + Word(40, 'y'));
+}
+
+TEST(PageSaving, ASpaceItemThatDoesNotFitBeginsALine) {
+  EXPECT_EQ(Rendered(Word(78) + "  y"), Word(78) + " \r\ny");
+  EXPECT_EQ(Rendered(Word(79) + "  y"), Word(79) + "\r\n y");
+}
+
+TEST(PageSaving, NothingStandsBetweenAWordAndATag) {
+  EXPECT_EQ(Rendered("a<b>c</b>d\n<i>\ne"), "a<b>c</b>d<i>e");
+}
+
+TEST(PageSaving, ABlankInsideAWordStaysWhereItIs) {
+  test::Page page;
+  page.Add("X", "a  b ");
+  page.Make("$X$ c");
+  EXPECT_EQ(page.writer.Render(), "a  b  c");
+}
+
 TEST(PageSaving, AnItemOf78DoesNot) {
   const std::string tag = "<" + Word(76) + ">";
   EXPECT_EQ(Rendered("xx" + tag), "xx\r\n" + tag);

@@ -42,6 +42,20 @@ TEST(PageWriterText, ATagBehindABlankHasASpaceBefore) {
   EXPECT_EQ(ItemsOf("<a> <b>"), "<a\nS\nS\n<b\n");
 }
 
+TEST(PageWriterText, OnlyTheLastCharacterFedDecidesAboutASpaceBeforeATag) {
+  EXPECT_EQ(ItemsOf("a \r<b>"), "Wa\n<b\n");
+  EXPECT_EQ(ItemsOf("a\r <b>"), "Wa\nS\n<b\n");
+  Page page;
+  page.Add("EMPTY", "");
+  page.Add("BLANK", " ");
+  page.Make("<i> $EMPTY$<b>$BLANK$<u>");
+  EXPECT_EQ(Dump(page.writer), "<i\nS\n<b\nW \n<u\n");
+}
+
+TEST(PageWriterText, ACharacterOfATagMarkIsAnOrdinaryOne) {
+  EXPECT_EQ(ItemsOf("\xBB \xAB$"), "W\xBB\nW\xAB$\n");
+}
+
 TEST(PageWriterText, OtherControlCharactersBelongToWords) {
   EXPECT_EQ(ItemsOf(std::string("a\tb\0c", 5)), std::string("Wa\tb\0c\n", 7));
 }
@@ -56,6 +70,18 @@ TEST(PageWriterTag, LineEndsBecomeBlanks) { EXPECT_EQ(ItemsOf("<a\r\nb>"), "<a  
 
 TEST(PageWriterTag, CommentsKeepTheirLineEnds) {
   EXPECT_EQ(ItemsOf("<!-- a\r\nb -->"), "<!-- a\r\nb --\n");
+}
+
+TEST(PageWriterTag, EachKindOfLineEndAlone) {
+  EXPECT_EQ(ItemsOf("<a\rb\nc>"), "<a b c\n");
+  EXPECT_EQ(ItemsOf("<!a\rb\nc>"), "<!a\rb\nc\n");
+}
+
+TEST(PageWriterTag, ACommentIsWhatBeginsWithAnExclamationMark) {
+  EXPECT_EQ(ItemsOf("<!DOCTYPE\nhtml>"), "<!DOCTYPE\nhtml\n");
+  EXPECT_EQ(ItemsOf("< !a\nb>"), "< !a b\n");
+  EXPECT_EQ(ItemsOf("<\n!a>"), "< !a\n");
+  EXPECT_EQ(ItemsOf("</!a\nb>"), "/!a b\n");
 }
 
 TEST(PageWriterTag, MayBeEmpty) { EXPECT_EQ(ItemsOf("<></>"), "<\n/\n"); }
@@ -125,6 +151,27 @@ TEST(PageWriterLiteral, ValuesAreTokenized) {
   page.Add("X", "a<b>c\nd</b>");
   page.Make("$X$");
   EXPECT_EQ(Dump(page.writer), "Wa\n<b\nWc\nL\nWd\n/b\n");
+}
+
+TEST(PageWriterLiteral, ABlankBeforeATagStaysInTheWord) {
+  Page page;
+  page.Add("X", "a <b> <c>");
+  page.Make("$X$");
+  EXPECT_EQ(Dump(page.writer), "Wa \n<b\nW \n<c\n");
+}
+
+TEST(PageWriterLiteral, LineEndsOfValuesFollowTheTagTheyStandIn) {
+  Page page;
+  page.Add("X", "v\r\nw");
+  page.Make("<a $X$><!-- $X$ -->");
+  EXPECT_EQ(Dump(page.writer), "<a v  w\n<!-- v\r\nw --\n");
+}
+
+TEST(PageWriterLiteral, MarksInValuesAreCharacters) {
+  Page page;
+  page.Add("X", "$\xBBX\xAB$");
+  page.Make("$X$<a $X$>");
+  EXPECT_EQ(Dump(page.writer), "W$\xBBX\xAB$\n<a $\xBBX\xAB$\n");
 }
 
 TEST(PageWriterLiteral, ALongValueIsCutAtItsLastBlankAndGoesOn) {

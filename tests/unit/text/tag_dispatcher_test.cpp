@@ -68,6 +68,62 @@ TEST(TagCollecting, ATagOf256CharactersIsDispatched) {
   EXPECT_EQ(page.Make("$ARGS(" + std::string(250, 'x') + ")$"), "[" + std::string(250, 'x') + "]");
 }
 
+TEST(TagCollecting, TheLengthCountsWhatIsCollected) {
+  for (const std::size_t length : {255U, 256U, 257U}) {
+    ArgumentPage page;
+    const std::string argument(length - 6, 'x');
+    const std::string made = page.Make("$ARGS(" + argument + ")$");
+    EXPECT_EQ(made, length <= 256 ? "[" + argument + "]" : "$ARGS(" + argument + ")$") << length;
+    EXPECT_FALSE(page.writer.IsLiteral());
+  }
+}
+
+TEST(TagCollecting, WhatIsNotCollectedFitsBehind256Characters) {
+  const std::string argument(250, 'x');
+  for (const char* end : {"\r$", "\xAB", "\r\r\xAB"}) {
+    ArgumentPage page;
+    EXPECT_EQ(page.Make("$ARGS(" + argument + ")" + end), "[" + argument + "]");
+  }
+  Page page;
+  page.Make("$" + std::string(255, 'x') + "  \n $");
+  EXPECT_EQ(Dump(page.writer), "W$" + std::string(255, 'x') + " $\n");
+}
+
+TEST(TagCollecting, ALineFeedAsThe257thCharacterAbandonsAndIsALineBreak) {
+  Page page;
+  page.Make("$" + std::string(256, 'x') + "\nb");
+  EXPECT_EQ(Dump(page.writer), "W$" + std::string(256, 'x') + "\nL\nWb\n");
+}
+
+TEST(TagCollecting, AbandonedTextIsTokenizedInLiteralMode) {
+  Page page;
+  page.Make("$5 <b>and</b> " + std::string(250, 'x') + " y");
+  EXPECT_EQ(Dump(page.writer), "W$5 \n<b\nWand\n/b\nW " + std::string(250, 'x') + "\nWy\n");
+}
+
+TEST(TagCollecting, AnOverlongTagIsWrittenBackBehindADollarWhateverItBeganWith) {
+  Page page;
+  EXPECT_EQ(page.Make("<a \xBB" + std::string(257, 'x') + " b>"),
+            "<a $" + std::string(257, 'x') + " b>");
+}
+
+TEST(TagCollecting, CarriageReturnsAreIgnored) {
+  Page page;
+  page.Add("NAME", "value");
+  EXPECT_EQ(page.Make("$\rNA\rME\r$"), "value");
+}
+
+TEST(TagCollecting, ABlankAtItsEndIsKept) {
+  Page page;
+  page.Add("NAME", "value");
+  EXPECT_EQ(page.Make("$ NAME  $"), "$NAME $");
+}
+
+TEST(TagCollecting, AnEmptyTagIsAnUnknownOne) {
+  Page page;
+  EXPECT_EQ(page.Make("a $$ b"), "a $$ b");
+}
+
 TEST(TagCollecting, ALongerOneIsWrittenBack) {
   ArgumentPage page;
   page.Add("X", "value");
@@ -136,6 +192,42 @@ TEST(TagDispatch, UrlCodesAreDecodedInHtmlTagsOnly) {
   EXPECT_EQ(page.Make("$ARGS(%41)$<a $ARGS(%41%26lt;)$>"), "[%41]<a [A<]>");
 }
 
+TEST(TagDispatch, BothDecodingsStopAtAQuestionMark) {
+  ArgumentPage page;
+  EXPECT_EQ(page.Make("$ARGS(&amp;?&amp;)$"), "[&?&amp;]");
+  EXPECT_EQ(ArgumentPage().Make("<a $ARGS(%41?%41&lt;)$>"), "<a [A?%41&lt;]>");
+}
+
+TEST(TagDispatch, ADecodedQuestionMarkStopsTheSecondDecodingOnly) {
+  ArgumentPage page;
+  EXPECT_EQ(page.Make("<a $ARGS(%3F%41&lt;)$>"), "<a [?A&lt;]>");
+}
+
+TEST(TagDispatch, DecodedCharactersDivideTheTag) {
+  ArgumentPage page;
+  EXPECT_EQ(page.Make("<a $ARGS%28a%2C%20b%29$>"), "<a [a][b]>");
+}
+
+TEST(TagDispatch, AnUnknownTagIsWrittenBackUndecoded) {
+  Page page;
+  EXPECT_EQ(page.Make("<a $%41&lt;$>"), "<a $%41&lt;$>");
+}
+
+TEST(TagDispatch, AnUnknownTagBetweenGuillemetsIsWrittenBackBetweenDollars) {
+  Page page;
+  EXPECT_EQ(page.Make("<a \xBBNO\xAB>"), "<a $NO$>");
+}
+
+TEST(TagDispatch, WhatStandsBehindTheArgumentsIsNotLookedAt) {
+  ArgumentPage page;
+  EXPECT_EQ(page.Make("$ARGS(a)b.c(d)$"), "[a]");
+}
+
+TEST(TagDispatch, ABlankBeforeTheParenthesisBelongsToTheName) {
+  ArgumentPage page;
+  EXPECT_EQ(page.Make("$ARGS (a)$"), "$ARGS (a)$");
+}
+
 TEST(TagDispatch, EmptyParenthesesBelongToTheName) {
   ArgumentPage page;
   EXPECT_EQ(page.Make("$ARGS()$"), "$ARGS()$");
@@ -166,6 +258,26 @@ TEST(TagDispatch, AFailureWritesTheLastError) {
   EXPECT_EQ(page.Make("a $X$ b"), "a ***ERROR: Cannot do it*** b");
   EXPECT_EQ(page.dispatcher.LastError(), "");
   EXPECT_THAT(page.errors, ElementsAre("Cannot do it"));
+}
+
+TEST(TagDispatch, AFailureInsideAnHtmlTagIsWrittenThere) {
+  Page page;
+  EXPECT_EQ(page.Make("<a b=\"$A.B.FORUM$\">c d"), "<a b=\"***ERROR: Invalid identifiers***\">c d");
+  EXPECT_FALSE(page.writer.IsLiteral());
+}
+
+TEST(TagDispatch, AFailureOfTheSelectionWithoutMessage) {
+  Page page;
+  EXPECT_EQ(page.Make("a $Bad.FORUM$ b"), "a ***ERROR*** b");
+}
+
+TEST(TagDispatch, WhatAFailingFieldWroteStaysBeforeTheError) {
+  Page page;
+  page.Add("X", [](TPageWriter& writer, TFieldArguments) {
+    writer.Feed("begun ");
+    return 0;
+  });
+  EXPECT_EQ(page.Make("$X$"), "begun ***ERROR***");
 }
 
 TEST(TagDispatch, AFailureWithoutMessageSaysSo) {
@@ -250,6 +362,19 @@ TEST(TagParsing, AtMost16Qualifiers) {
   ASSERT_EQ(parts.qualifiers.size(), 16U);
   EXPECT_EQ(parts.qualifiers.back(), "15");
   EXPECT_EQ(parts.name, "NAME");
+}
+
+TEST(TagParsing, OneCharacterBetweenTheParenthesesMakesArguments) {
+  EXPECT_THAT(ParseTag("M(,)").arguments, ElementsAre("", ""));
+  EXPECT_THAT(ParseTag("M(()").arguments, ElementsAre("("));
+  EXPECT_THAT(ParseTag("M()a)").arguments, IsEmpty());
+  EXPECT_EQ(ParseTag("M()a)").name, "M()a)");
+}
+
+TEST(TagParsing, PiecesMayBeEmpty) {
+  const TTagParts parts = ParseTag("..");
+  EXPECT_THAT(parts.qualifiers, ElementsAre("", ""));
+  EXPECT_EQ(parts.name, "");
 }
 
 TEST(TagParsing, DotsInArgumentsAreNoQualifiers) {
