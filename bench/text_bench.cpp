@@ -1,0 +1,103 @@
+// The page writer: templates fed and rendered, with and without tags and repeated parts. The floor
+// copies as many bytes. Rates count the bytes of the finished page.
+#include "text/filters.h"
+#include "unit/text/template_board.h"
+
+#include <benchmark/benchmark.h>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+using brevant::TPageWriter;
+
+constexpr int kRows = 2000;
+
+std::string PlainPage() {
+  std::string page = "<html><body><table class=\"messages\">\r\n";
+  for (int i = 0; i < kRows; ++i) {
+    page += "<tr><td class=\"subject\"><a href=\"message-" + std::to_string(i) +
+            ".htm\">A subject of the usual length</a></td>\r\n"
+            "<td>Ann Example</td><td>12 March 1999, 14:05</td></tr>\r\n";
+  }
+  return page + "</table></body></html>\r\n";
+}
+
+void Report(benchmark::State& state, std::size_t bytes) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+
+void FloorCopy(benchmark::State& state) {
+  const std::string page = PlainPage();
+  std::vector<char> copy(page.size());
+  for (auto _ : state) {
+    std::memcpy(copy.data(), page.data(), page.size());
+    benchmark::ClobberMemory();
+  }
+  Report(state, page.size());
+}
+
+void FeedPlainPage(benchmark::State& state) {
+  const std::string page = PlainPage();
+  for (auto _ : state) {
+    TPageWriter writer;
+    writer.Feed(page);
+    writer.Flush();
+    benchmark::DoNotOptimize(writer.ItemCount());
+  }
+  Report(state, page.size());
+}
+
+void FeedAndRenderPlainPage(benchmark::State& state) {
+  const std::string page = PlainPage();
+  for (auto _ : state) {
+    TPageWriter writer;
+    writer.Feed(page);
+    writer.Flush();
+    benchmark::DoNotOptimize(writer.Render());
+  }
+  Report(state, page.size());
+}
+
+// The same page out of one row, repeated for every message.
+void RepeatAndRenderRows(benchmark::State& state) {
+  std::size_t size = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    test::Page page;
+    page.board.containers[1] = {
+        {"F", std::vector<std::string>(kRows, "A subject of usual length")}};
+    page.board.container[1] = 0;
+    state.ResumeTiming();
+    page.writer.Feed(
+        "<html><body><table class=\"messages\">\r\n"
+        "<tr><td class=\"subject\"><a href=\"$MESSAGE$.htm\">$MESSAGE$</a></td>\r\n"
+        "<td>Ann Example</td><td>12 March 1999, 14:05</td></tr>\r\n"
+        "</table></body></html>\r\n");
+    page.writer.Flush();
+    page.writer.ExpandSections();
+    const std::string made = page.writer.Render();
+    size = made.size();
+  }
+  Report(state, size);
+}
+
+void EscapeAndDecode(benchmark::State& state) {
+  const std::string page = PlainPage();
+  for (auto _ : state) {
+    std::string text = page;
+    brevant::HtmlEscape(text);
+    brevant::HtmlDecode(text);
+    benchmark::DoNotOptimize(text);
+  }
+  Report(state, page.size());
+}
+
+BENCHMARK(FloorCopy)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FeedPlainPage)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FeedAndRenderPlainPage)->Unit(benchmark::kMicrosecond);
+BENCHMARK(RepeatAndRenderRows)->Unit(benchmark::kMicrosecond);
+BENCHMARK(EscapeAndDecode)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
