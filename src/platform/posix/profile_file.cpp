@@ -97,6 +97,7 @@ bool ProfileFile::Open(bool create) {
   Forget();
   const Resolved resolved = Resolve(name_.c_str());
   if (!resolved.found && !(create && resolved.directoryFound)) return Fail(resolved.Error()) != 0;
+  spelled_ = resolved.path;
   path_ = resolved.found ? FollowLinks(resolved.path) : resolved.path;
   constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   writable_ = true;
@@ -113,28 +114,34 @@ bool ProfileFile::Open(bool create) {
   return Fail(ERROR_ACCESS_DENIED) != 0;
 }
 
-// Whether the path still leads to the open file, with its facts.
+// Whether the path still leads to the open file, with its facts. Asked of the path before links
+// were followed, which may lead elsewhere by now.
 bool ProfileFile::IsStillTheFile(struct stat* facts) const {
   struct stat open {};
-  if (descriptor_ < 0 || ::stat(path_.c_str(), facts) != 0) return false;
+  if (descriptor_ < 0 || ::stat(spelled_.c_str(), facts) != 0) return false;
   if (known_) return facts->st_dev == facts_.st_dev && facts->st_ino == facts_.st_ino;
   return ::fstat(descriptor_, &open) == 0 && facts->st_dev == open.st_dev &&
          facts->st_ino == open.st_ino;
 }
 
-bool ProfileFile::ReadBytes(std::string* bytes) const {
+// One call reads a file of the expected size; only another size takes more.
+bool ProfileFile::ReadBytes(std::size_t expected, std::string* bytes) const {
   constexpr std::size_t kStep = 16 * 1024;
-  bytes->clear();
+  if (expected > kLargestProfile) return Fail(ERROR_NOT_ENOUGH_MEMORY) != 0;
+  bytes->resize(expected);
+  std::size_t size = 0;
   for (;;) {
-    const std::size_t size = bytes->size();
-    if (size > kLargestProfile) return Fail(ERROR_NOT_ENOUGH_MEMORY) != 0;
-    bytes->resize(size + std::max(kStep, size));
     const ssize_t got =
         ::pread(descriptor_, bytes->data() + size, bytes->size() - size, static_cast<off_t>(size));
-    bytes->resize(size + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-    if (got == 0) return true;
-    if (got < 0 && errno != EINTR) return FailFromErrno() != 0;
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return FailFromErrno() != 0;
+    size += static_cast<std::size_t>(got);
+    if (got == 0 || size == expected) break;
+    if (size > kLargestProfile) return Fail(ERROR_NOT_ENOUGH_MEMORY) != 0;
+    if (size == bytes->size()) bytes->resize(size + std::max(kStep, size));
   }
+  bytes->resize(size);
+  return true;
 }
 
 void ProfileFile::Remember(const struct stat& facts) {
@@ -150,7 +157,7 @@ bool ProfileFile::Refresh(const struct stat& facts) {
   // Decided before the reading: what is written after it has another time stamp.
   const bool old = IsOld(facts);
   std::string bytes;
-  if (!ReadBytes(&bytes)) {
+  if (!ReadBytes(static_cast<std::size_t>(facts.st_size), &bytes)) {
     Forget();
     return false;
   }
@@ -198,7 +205,7 @@ BOOL ProfileFile::Write(const Decision& decide, bool sync) {
       bytes.replace(change->begin, change->length, change->replacement);
       if (bytes.size() > kLargestProfile) return Fail(ERROR_DISK_FULL);
       if (WriteNewFile(bytes, sync)) {
-        text_.Apply(*change);
+        text_ = ProfileText(std::move(bytes));
         return TRUE;
       }
     }
@@ -215,26 +222,20 @@ bool ProfileFile::WriteInPlace(const ProfileText::Change& change) {
     return false;
   }
   text_.Apply(change);
-  struct stat facts {};
-  if (::fstat(descriptor_, &facts) != 0) return false;
-  Remember(facts);
+  settled_ = false;
   return true;
 }
 
 // For a file in a directory that takes no new ones.
 bool ProfileFile::Overwrite(const std::string& bytes) {
-  struct stat facts {};
-  if (!WriteAll(descriptor_, bytes.data(), bytes.size(), 0) ||
-      ::ftruncate(descriptor_, static_cast<off_t>(bytes.size())) != 0 ||
-      ::fstat(descriptor_, &facts) != 0) {
-    return false;
-  }
-  Remember(facts);
-  return true;
+  settled_ = false;
+  return WriteAll(descriptor_, bytes.data(), bytes.size(), 0) &&
+         ::ftruncate(descriptor_, static_cast<off_t>(bytes.size())) == 0;
 }
 
-// An empty file beside the profile, with its owner and permissions; -1 with errno set.
-int ProfileFile::MakeBeside(const std::string& path) const {
+// An empty file beside the profile, with its owner and permissions; -1 with errno set. facts are
+// the new file's as it was made.
+int ProfileFile::MakeBeside(const std::string& path, struct stat* facts) const {
   constexpr int kMode = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
   int made = ::open(path.c_str(), kMode, 0600);
   if (made < 0 && errno == EEXIST) {
@@ -243,34 +244,35 @@ int ProfileFile::MakeBeside(const std::string& path) const {
     made = ::open(path.c_str(), kMode, 0600);
   }
   if (made < 0) return -1;
-  struct stat facts {};
-  if (::fstat(made, &facts) != 0) facts = {};
-  if (facts.st_uid != facts_.st_uid || facts.st_gid != facts_.st_gid) {
+  const auto giveUp = [&] {
+    const int error = errno;
+    ::close(made);
+    ::unlink(path.c_str());
+    errno = error;
+    return -1;
+  };
+  if (::fstat(made, facts) != 0) return giveUp();
+  if (facts->st_uid != facts_.st_uid || facts->st_gid != facts_.st_gid) {
     // The owner can be kept by the superuser only.
     const int owned = ::fchown(made, facts_.st_uid, facts_.st_gid);
     static_cast<void>(owned);
   }
-  const bool same = (facts.st_mode & 07777U) == (facts_.st_mode & 07777U);
-  if (same || ::fchmod(made, facts_.st_mode & 07777U) == 0) return made;
-  ::close(made);
-  ::unlink(path.c_str());
-  errno = EPERM;
-  return -1;
+  const bool same = (facts->st_mode & 07777U) == (facts_.st_mode & 07777U);
+  return same || ::fchmod(made, facts_.st_mode & 07777U) == 0 ? made : giveUp();
 }
 
 bool ProfileFile::WriteNewFile(const std::string& bytes, bool sync) {
   const std::string path = path_ + ".new~";
-  const int made = MakeBeside(path);
+  struct stat facts {};
+  const int made = MakeBeside(path, &facts);
   if (made < 0) return errno == EACCES && Overwrite(bytes);
   // Blocks that are there already keep the file system from writing them out at the rename.
   if (!sync && !bytes.empty()) {
     const int room = ::fallocate(made, 0, 0, static_cast<off_t>(bytes.size()));
     static_cast<void>(room);
   }
-  struct stat facts {};
   const bool done = WriteAll(made, bytes.data(), bytes.size(), 0) &&
-                    (!sync || ::fsync(made) == 0) && ::rename(path.c_str(), path_.c_str()) == 0 &&
-                    ::fstat(made, &facts) == 0;
+                    (!sync || ::fsync(made) == 0) && ::rename(path.c_str(), path_.c_str()) == 0;
   if (!done) {
     const int error = errno;
     ::close(made);

@@ -37,19 +37,20 @@ class ProfileFile {
   bool Open(bool create);
   bool IsStillTheFile(struct stat* facts) const;
   bool Refresh(const struct stat& facts);
-  bool ReadBytes(std::string* bytes) const;
+  bool ReadBytes(std::size_t expected, std::string* bytes) const;
   bool WriteInPlace(const ProfileText::Change& change);
   bool WriteNewFile(const std::string& bytes, bool sync);
-  int MakeBeside(const std::string& path) const;
+  int MakeBeside(const std::string& path, struct stat* facts) const;
   bool Overwrite(const std::string& bytes);
   void Remember(const struct stat& facts);
   void Forget();
 
   std::string name_;
-  std::string path_;  // as the file system spells it, links followed
+  std::string spelled_;  // as the file system spells it
+  std::string path_;     // the same, links followed
   int descriptor_ = -1;
   bool writable_ = false;
-  bool known_ = false;    // text_ is what the file held when facts_ were taken
+  bool known_ = false;    // text_ is what the file held when it was last read or written
   bool settled_ = false;  // and any later change shows in facts_
   struct stat facts_ {};
   ProfileText text_;
