@@ -3,6 +3,7 @@
 #include "platform/posix/attributes.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/file_search.h"
+#include "platform/posix/folded_names.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
 #include "platform/posix/times.h"
@@ -12,6 +13,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -20,6 +22,7 @@
 namespace {
 
 using brevant::posix::Fail;
+using brevant::posix::FailForMemory;
 using brevant::posix::FailFromErrno;
 using brevant::posix::FileFacts;
 using brevant::posix::FileReference;
@@ -33,16 +36,17 @@ constexpr DWORD kKnownFlags = kAttributeFlags | FILE_ATTRIBUTE_NORMAL | FILE_FLA
 
 class OpenFile {
  public:
-  OpenFile(int descriptor, DWORD access) : descriptor_(descriptor), access_(access) {}
+  explicit OpenFile(DWORD access) : access_(access) {}
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
   ~OpenFile() {
     if (entered_) brevant::posix::LeaveShare(descriptor_, facts_);
-    ::close(descriptor_);
+    if (descriptor_ >= 0) ::close(descriptor_);
   }
 
-  // Takes the file's place in the table of open files; 0 or an error.
-  DWORD Enter(DWORD share) {
+  // Takes the descriptor over, and the file's place in the table of open files; 0 or an error.
+  DWORD Enter(int descriptor, DWORD share) {
+    descriptor_ = descriptor;
     if (!FileReference(descriptor_).ReadFacts(&facts_)) {
       return brevant::posix::ErrorFromErrno(errno);
     }
@@ -59,7 +63,7 @@ class OpenFile {
   const FileFacts& Facts() const { return facts_; }
 
  private:
-  int descriptor_;
+  int descriptor_ = -1;
   DWORD access_;
   FileFacts facts_;
   bool entered_ = false;
@@ -152,8 +156,14 @@ int OpenDescriptor(const char* name, OpenRequest* request) {
       if (!mayCreate || !resolved.directoryFound) return Fail(resolved.Error()), -1;
       mode |= O_CREAT | O_EXCL;
     }
-    const int descriptor = ::open(resolved.path.c_str(), mode, 0666);
-    if (descriptor >= 0) return descriptor;
+    if (resolved.found) {
+      const int descriptor = ::open(resolved.path.c_str(), mode);
+      if (descriptor >= 0) return descriptor;
+    } else {
+      brevant::posix::NameChange change(resolved.path);
+      const int descriptor = ::open(resolved.path.c_str(), mode, 0666);
+      if (descriptor >= 0) return change.Added(), descriptor;
+    }
     const bool raced = resolved.found ? errno == ENOENT : errno == EEXIST;
     if (!raced) return FailFromErrno(), -1;
   }
@@ -192,20 +202,23 @@ bool IsTimeToKeep(const FILETIME* time) {
 }  // namespace
 
 HANDLE CreateFileA(const char* name, DWORD access, DWORD share, void* security, DWORD creation,
-                   DWORD flags, HANDLE templateFile) {
+                   DWORD flags, HANDLE templateFile) try {
   if (!ValidCall(access, share, security, creation, flags, templateFile)) {
     return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
   }
   OpenRequest request{access, share, creation, flags};
+  // Made first, so that whatever fails from here on closes the file.
+  auto file = std::make_shared<OpenFile>(access);
   const int descriptor = OpenDescriptor(name, &request);
   if (descriptor < 0) return INVALID_HANDLE_VALUE;
-  auto file = std::make_shared<OpenFile>(descriptor, access);
-  DWORD error = file->Enter(share);
+  DWORD error = file->Enter(descriptor, share);
   if (error == ERROR_SUCCESS) error = Prepare(*file, request);
   if (error != ERROR_SUCCESS) return Fail(error), INVALID_HANDLE_VALUE;
   const bool tells = creation == CREATE_ALWAYS || creation == OPEN_ALWAYS;
   SetLastError(tells && request.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
   return HandleTable::Instance().Add(std::move(file));
+} catch (const std::bad_alloc&) {
+  return FailForMemory(), INVALID_HANDLE_VALUE;
 }
 
 BOOL CloseHandle(HANDLE handle) {
@@ -290,7 +303,7 @@ DWORD GetFileSize(HANDLE handle, DWORD* high) {
   return static_cast<DWORD>(facts.size);
 }
 
-BOOL GetFileTime(HANDLE handle, FILETIME* created, FILETIME* accessed, FILETIME* modified) {
+BOOL GetFileTime(HANDLE handle, FILETIME* created, FILETIME* accessed, FILETIME* modified) try {
   const std::shared_ptr<OpenFile> file = FindFile(handle, 0);
   if (file == nullptr) return FALSE;
   FileFacts facts;
@@ -301,10 +314,12 @@ BOOL GetFileTime(HANDLE handle, FILETIME* created, FILETIME* accessed, FILETIME*
   if (accessed != nullptr) *accessed = brevant::posix::ToFileTime(facts.accessed);
   if (modified != nullptr) *modified = brevant::posix::ToFileTime(facts.modified);
   return TRUE;
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
 BOOL SetFileTime(HANDLE handle, const FILETIME* created, const FILETIME* accessed,
-                 const FILETIME* modified) {
+                 const FILETIME* modified) try {
   const std::shared_ptr<OpenFile> file = FindFile(handle, GENERIC_WRITE | FILE_WRITE_ATTRIBUTES);
   if (file == nullptr) return FALSE;
   const FileReference reference = file->Reference();
@@ -324,4 +339,6 @@ BOOL SetFileTime(HANDLE handle, const FILETIME* created, const FILETIME* accesse
     return FailFromErrno();
   }
   return TRUE;
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }

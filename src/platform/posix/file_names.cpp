@@ -3,6 +3,7 @@
 #include "platform/posix/errors.h"
 #include "platform/posix/file_io.h"
 #include "platform/posix/file_search.h"
+#include "platform/posix/folded_names.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
 
@@ -11,6 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -18,9 +21,11 @@
 namespace {
 
 using brevant::posix::Fail;
+using brevant::posix::FailForMemory;
 using brevant::posix::FailFromErrno;
 using brevant::posix::FileFacts;
 using brevant::posix::FileReference;
+using brevant::posix::NameChange;
 using brevant::posix::Resolve;
 using brevant::posix::Resolved;
 
@@ -96,20 +101,45 @@ BOOL MoveByCopy(const std::string& from, const std::string& to, const FileFacts&
   return ::unlink(from.c_str()) == 0 ? TRUE : FailFromErrno();
 }
 
+// Whether both lead to one object; links are told from what they lead to.
+bool AreOneObject(const std::string& a, const std::string& b) {
+  FileFacts factsOfA;
+  FileFacts factsOfB;
+  return FileReference(a).ReadFacts(&factsOfA) && FileReference(b).ReadFacts(&factsOfB) &&
+         !factsOfA.isLink && !factsOfB.isLink && factsOfA.device == factsOfB.device &&
+         factsOfA.inode == factsOfB.inode;
+}
+
+// Whether two paths, such as "d/a" and "d/./a", name one entry of one directory.
+bool AreOneEntry(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  const std::size_t endOfA = a.find_last_of('/') + 1;
+  const std::size_t endOfB = b.find_last_of('/') + 1;
+  return a.substr(endOfA) == b.substr(endOfB) &&
+         AreOneObject(a.substr(0, endOfA) + ".", b.substr(0, endOfB) + ".");
+}
+
 BOOL RenameOver(const Resolved& from, const Resolved& to, const std::string& spelled) {
-  if (::rename(from.path.c_str(), to.path.c_str()) != 0) return FALSE;
-  // Two names of one file: the call above does nothing.
-  if (from.path != to.path) ::unlink(from.path.c_str());
+  // A rename leaves two names of one file as they are.
+  const bool sameEntry = AreOneEntry(from.path, to.path);
+  const bool moved = !sameEntry && AreOneObject(from.path, to.path)
+                         ? ::unlink(from.path.c_str()) == 0
+                         : ::rename(from.path.c_str(), to.path.c_str()) == 0;
+  if (!moved) return FALSE;
   // The old spelling first, so that a kill leaves one file and not two that differ in case only.
   if (to.path == spelled) return TRUE;
   return ::rename(to.path.c_str(), spelled.c_str()) == 0;
 }
 
 BOOL RenameToNew(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return TRUE;
+  NameChange change(to);
+  bool moved = ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
   // Not every file system can refuse to replace; the name was free a moment ago.
-  if (errno != EINVAL && errno != ENOSYS) return FALSE;
-  return ::rename(from.c_str(), to.c_str()) == 0;
+  if (!moved && (errno == EINVAL || errno == ENOSYS)) {
+    moved = ::rename(from.c_str(), to.c_str()) == 0;
+  }
+  if (moved) change.Added();
+  return moved;
 }
 
 // Whether the existing target may be replaced; 0 or an error.
@@ -131,9 +161,8 @@ DWORD CopyPath(const std::string& path, DWORD size, char* buffer) {
 // The absolute path without ".", ".." and doubled separators.
 std::string Absolute(std::string path) {
   if (path.front() != '/') {
-    char* current = ::getcwd(nullptr, 0);
-    path = std::string(current == nullptr ? "" : current) + "/" + path;
-    std::free(current);
+    const std::unique_ptr<char, decltype(&std::free)> current(::getcwd(nullptr, 0), &std::free);
+    path = std::string(current == nullptr ? "" : current.get()) + "/" + path;
   }
   std::string result;
   for (std::size_t at = 0; at < path.size();) {
@@ -153,16 +182,18 @@ std::string Absolute(std::string path) {
 
 }  // namespace
 
-DWORD GetFileAttributesA(const char* name) {
+DWORD GetFileAttributesA(const char* name) try {
   const Resolved file = Resolve(name);
   FileFacts facts;
   if (!file.found) return Fail(file.Error()), INVALID_FILE_ATTRIBUTES;
   const FileReference reference(file.path);
   if (!reference.ReadFacts(&facts)) return FailFromErrno(), INVALID_FILE_ATTRIBUTES;
   return reference.Attributes(facts);
+} catch (const std::bad_alloc&) {
+  return FailForMemory(), INVALID_FILE_ATTRIBUTES;
 }
 
-BOOL SetFileAttributesA(const char* name, DWORD attributes) {
+BOOL SetFileAttributesA(const char* name, DWORD attributes) try {
   const Resolved file = Resolve(name);
   FileFacts facts;
   if (!file.found) return Fail(file.Error());
@@ -176,9 +207,11 @@ BOOL SetFileAttributesA(const char* name, DWORD attributes) {
     return Fail(ERROR_INVALID_PARAMETER);
   }
   return reference.SetAttributes(facts, attributes) ? TRUE : FailFromErrno();
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
-BOOL DeleteFileA(const char* name) {
+BOOL DeleteFileA(const char* name) try {
   const Resolved file = Resolve(name);
   FileFacts facts;
   if (!file.found) return Fail(file.Error());
@@ -187,14 +220,19 @@ BOOL DeleteFileA(const char* name) {
     return Fail(ERROR_ACCESS_DENIED);
   }
   if (brevant::posix::IsInUse(file.path, facts)) return Fail(ERROR_SHARING_VIOLATION);
-  return ::unlink(file.path.c_str()) == 0 ? TRUE : FailFromErrno();
+  NameChange change(file.path);
+  if (::unlink(file.path.c_str()) != 0) return FailFromErrno();
+  change.Removed();
+  return TRUE;
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
 BOOL MoveFileA(const char* from, const char* to) {
   return MoveFileExA(from, to, MOVEFILE_COPY_ALLOWED);
 }
 
-BOOL MoveFileExA(const char* from, const char* to, DWORD flags) {
+BOOL MoveFileExA(const char* from, const char* to, DWORD flags) try {
   if ((flags & ~(MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)) != 0) {
     return Fail(ERROR_INVALID_PARAMETER);
   }
@@ -206,7 +244,7 @@ BOOL MoveFileExA(const char* from, const char* to, DWORD flags) {
   if (!FileReference(source.path).ReadFacts(&facts)) return FailFromErrno();
   if (brevant::posix::IsInUse(source.path, facts)) return Fail(ERROR_SHARING_VIOLATION);
   const std::string spelled = AsSpelled(target, to);
-  const bool itself = target.found && target.path == source.path;
+  const bool itself = target.found && AreOneEntry(source.path, target.path);
   if (target.found && !itself) {
     const DWORD error = CheckTarget(target, flags);
     if (error != ERROR_SUCCESS) return Fail(error);
@@ -218,9 +256,11 @@ BOOL MoveFileExA(const char* from, const char* to, DWORD flags) {
     return MoveByCopy(source.path, target.found ? target.path : spelled, facts);
   }
   return FailFromErrno();
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
-BOOL CreateDirectoryA(const char* name, void* security) {
+BOOL CreateDirectoryA(const char* name, void* security) try {
   if (security != nullptr) return Fail(ERROR_INVALID_PARAMETER);
   const Resolved directory = Resolve(name);
   if (directory.found) return Fail(ERROR_ALREADY_EXISTS);
@@ -232,24 +272,33 @@ BOOL CreateDirectoryA(const char* name, void* security) {
     while (!path.empty() && path.back() == '/') path.pop_back();
     return path.empty() ? Fail(ERROR_PATH_NOT_FOUND) : CreateDirectoryA(path.c_str(), nullptr);
   }
-  return ::mkdir(path.c_str(), 0777) == 0 ? TRUE : FailFromErrno();
+  NameChange change(path);
+  if (::mkdir(path.c_str(), 0777) != 0) return FailFromErrno();
+  change.Added();
+  return TRUE;
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
-BOOL RemoveDirectoryA(const char* name) {
+BOOL RemoveDirectoryA(const char* name) try {
   const Resolved directory = Resolve(name);
   if (!directory.found) return Fail(directory.Error());
   if (::rmdir(directory.path.c_str()) == 0) return TRUE;
   return errno == ENOTDIR ? Fail(ERROR_DIRECTORY) : FailFromErrno();
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
-DWORD GetTempPathA(DWORD size, char* path) {
+DWORD GetTempPathA(DWORD size, char* path) try {
   const char* directory = std::getenv("TMPDIR");
   std::string result = directory != nullptr && directory[0] == '/' ? directory : "/tmp";
   if (result.back() != '/') result += '/';
   return CopyPath(result, size, path);
+} catch (const std::bad_alloc&) {
+  return FailForMemory(), 0;
 }
 
-DWORD GetFullPathNameA(const char* name, DWORD size, char* path, char** filePart) {
+DWORD GetFullPathNameA(const char* name, DWORD size, char* path, char** filePart) try {
   if (name == nullptr || name[0] == '\0') return Fail(ERROR_INVALID_NAME), 0;
   const DWORD length = CopyPath(Absolute(brevant::posix::NativePath(name)), size, path);
   if (filePart != nullptr && length < size && path != nullptr) {
@@ -257,4 +306,6 @@ DWORD GetFullPathNameA(const char* name, DWORD size, char* path, char** filePart
     *filePart = *last == '\0' ? nullptr : last;
   }
   return length;
+} catch (const std::bad_alloc&) {
+  return FailForMemory(), 0;
 }

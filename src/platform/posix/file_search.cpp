@@ -13,12 +13,14 @@
 #include <dirent.h>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <vector>
 
 namespace {
 
 using brevant::posix::Fail;
+using brevant::posix::FailForMemory;
 using brevant::posix::FileFacts;
 using brevant::posix::FileReference;
 using brevant::posix::Resolve;
@@ -143,7 +145,7 @@ std::unordered_map<HANDLE, std::shared_ptr<Search>>& Searches() {
 
 }  // namespace
 
-HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) {
+HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) try {
   if (data == nullptr) return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
   const std::string path = brevant::posix::NativePath(pattern);
   if (path.empty()) return Fail(ERROR_PATH_NOT_FOUND), INVALID_HANDLE_VALUE;
@@ -164,9 +166,11 @@ HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) {
   const std::lock_guard<std::mutex> guard(searchesMutex);
   Searches().emplace(handle, std::move(search));
   return handle;
+} catch (const std::bad_alloc&) {
+  return FailForMemory(), INVALID_HANDLE_VALUE;
 }
 
-BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
+BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) try {
   if (data == nullptr) return Fail(ERROR_INVALID_PARAMETER);
   std::shared_ptr<Search> search;
   {
@@ -176,6 +180,8 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
     search = found->second;
   }
   return search->Next(data) ? TRUE : Fail(ERROR_NO_MORE_FILES);
+} catch (const std::bad_alloc&) {
+  return FailForMemory();
 }
 
 BOOL FindClose(HANDLE handle) {

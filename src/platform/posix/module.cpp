@@ -5,10 +5,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string>
 #include <unistd.h>
 
-DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size) {
+DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size) try {
   if (module != nullptr || path == nullptr || size == 0) {
     brevant::posix::Fail(ERROR_INVALID_PARAMETER);
     return 0;
@@ -30,6 +31,8 @@ DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size) {
   if (copied == name.size()) return static_cast<DWORD>(copied);
   SetLastError(ERROR_INSUFFICIENT_BUFFER);
   return size;
+} catch (const std::bad_alloc&) {
+  return brevant::posix::FailForMemory(), 0;
 }
 
 BOOL MessageBeep(UINT) {

@@ -1,11 +1,10 @@
 #include "platform/posix/paths.h"
 
 #include "platform/posix/errors.h"
+#include "platform/posix/folded_names.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <dirent.h>
-#include <memory>
 #include <sys/stat.h>
 
 namespace brevant::posix {
@@ -18,23 +17,6 @@ bool Exists(const std::string& path, bool* isDirectory) {
   if (S_ISLNK(facts.st_mode) && ::stat(path.c_str(), &facts) != 0) facts.st_mode = S_IFLNK;
   if (isDirectory != nullptr) *isDirectory = S_ISDIR(facts.st_mode);
   return true;
-}
-
-struct DirectoryCloser {
-  void operator()(DIR* directory) const { ::closedir(directory); }
-};
-
-// The entry of the directory that equals name ignoring letter case; empty when there is none.
-std::string FindIgnoringCase(const std::string& directory, std::string_view name) {
-  std::string best;
-  std::unique_ptr<DIR, DirectoryCloser> entries(
-      ::opendir(directory.empty() ? "." : directory.c_str()));
-  if (entries == nullptr) return best;
-  while (const dirent* entry = ::readdir(entries.get())) {
-    std::string_view candidate = entry->d_name;
-    if (EqualIgnoringCase(candidate, name) && (best.empty() || candidate < best)) best = candidate;
-  }
-  return best;
 }
 
 Resolved ResolveIgnoringCase(const std::string& path) {
@@ -78,6 +60,7 @@ std::string NativePath(const char* name) {
 }
 
 DWORD Resolved::Error() const {
+  if (cause != 0) return ErrorFromErrno(cause);
   return directoryFound ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
 }
 
@@ -94,6 +77,7 @@ Resolved Resolve(const char* name) {
     result = ResolveIgnoringCase(path);
     if (result.found) Exists(result.path, &isDirectory);
   } else {
+    result.cause = errno;
     result.path = path;
   }
   if (result.found && mustBeDirectory && !isDirectory) {
@@ -164,6 +148,8 @@ BOOL Fail(DWORD error) {
   SetLastError(error);
   return FALSE;
 }
+
+BOOL FailForMemory() { return Fail(ERROR_NOT_ENOUGH_MEMORY); }
 
 BOOL FailFromErrno() { return Fail(ErrorFromErrno(errno)); }
 

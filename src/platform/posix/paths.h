@@ -18,8 +18,9 @@ struct Resolved {
   std::string path;
   bool found = false;
   bool directoryFound = false;  // the directory that holds, or would hold, the name
+  int cause = 0;                // the errno value when the look-up itself failed
 
-  // What Windows says about a name that is not there.
+  // What Windows says about a name that is not there, or cannot be looked up.
   DWORD Error() const;
 };
 
@@ -38,5 +39,7 @@ DWORD ErrorFromErrno(int error);
 BOOL FailFromErrno();
 // Sets the last error and gives FALSE.
 BOOL Fail(DWORD error);
+// The same for a function that ran out of memory: none of the platform's own throws.
+BOOL FailForMemory();
 
 }  // namespace brevant::posix
