@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
+#include <exception>
 #include <string>
 
 namespace {
@@ -37,10 +37,11 @@ int LogError(const char* text) {
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 1;
     DWORD written = 0;
-    SetFilePointer(file, 0, nullptr, FILE_END);
+    LONG high = 0;  // without it a log of 4 GB could not be appended to
+    SetFilePointer(file, 0, &high, FILE_END);
     WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     CloseHandle(file);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // A line that cannot be logged is lost, as one whose file cannot be opened is.
   }
   return 1;

@@ -6,6 +6,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <new>
 #include <string>
@@ -21,7 +22,7 @@ int WriteFormatted(const char* path, const char* key, const char* format, va_lis
   if (std::vsnprintf(text, sizeof text, format, arguments) < 0) text[0] = '\0';
   try {
     return brevant::WriteProfileValue(path, key, text);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return 0;
   }
 }
@@ -32,7 +33,7 @@ TPersistentState::TPersistentState(const char* fileName) : TSetup(fileName) {
   // Trace points write often, and what a power failure takes of them nobody misses.
   try {
     brevant::SetProfileSync(Path(), false);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // Then it is slower.
   }
 }

@@ -2,8 +2,9 @@
 #include "frame/library.h"
 #include "platform/win32.h"
 
+#include <exception>
 #include <mutex>
-#include <new>
+#include <set>
 #include <string>
 
 namespace brevant {
@@ -11,20 +12,15 @@ namespace {
 
 struct Directory {
   std::mutex mutex;
-  std::string path;
-  bool known = false;
+  std::set<std::string> paths;  // all that were ever set: their texts have been handed out
+  const std::string* current = nullptr;
+
+  void Set(std::string path) { current = &*paths.insert(std::move(path)).first; }
 };
 
 Directory& Instance() {
-  static Directory directory;
-  return directory;
-}
-
-std::string WithSeparator(std::string path) {
-  if (!path.empty() && path.back() != '/' && path.back() != '\\') {
-    path += path.find('/') != std::string::npos ? '/' : '\\';
-  }
-  return path;
+  static auto* directory = new Directory;  // never destroyed: other static objects may log at exit
+  return *directory;
 }
 
 // The directory of the host executable, with its final separator.
@@ -56,11 +52,15 @@ std::string FullPath(const char* path) {
 const char* ProgramDirectory() {
   Directory& directory = Instance();
   const std::lock_guard<std::mutex> guard(directory.mutex);
-  if (!directory.known) {
-    directory.path = ExecutableDirectory();
-    directory.known = true;
+  if (directory.current == nullptr) directory.Set(ExecutableDirectory());
+  return directory.current->c_str();
+}
+
+std::string WithFinalSeparator(std::string path) {
+  if (!path.empty() && path.back() != '/' && path.back() != '\\') {
+    path += path.find('/') != std::string::npos ? '/' : '\\';
   }
-  return directory.path.c_str();
+  return path;
 }
 
 }  // namespace brevant
@@ -68,14 +68,13 @@ const char* ProgramDirectory() {
 int SetProgramDirectory(const char* path) {
   try {
     std::string full = path == nullptr ? brevant::ExecutableDirectory()
-                                       : brevant::WithSeparator(brevant::FullPath(path));
+                                       : brevant::WithFinalSeparator(brevant::FullPath(path));
     if (full.empty()) return 0;
     brevant::Directory& directory = brevant::Instance();
     const std::lock_guard<std::mutex> guard(directory.mutex);
-    directory.path = std::move(full);
-    directory.known = true;
+    directory.Set(std::move(full));
     return 1;
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return 0;
   }
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <memory>
 #include <new>
 
@@ -25,16 +26,8 @@ const char* KeyOf(const char* key) { return key == nullptr ? "" : key; }
 
 bool IsPasswordKey(const char* key) { return brevant::ContainsWordStartingWith(key, "password"); }
 
-// With the final separator that the readers of a directory rely on.
-std::string NormaliseDirectory(std::string path) {
-  if (!path.empty() && path.back() != '\\' && path.back() != '/') {
-    path += path.find('/') != std::string::npos ? '/' : '\\';
-  }
-  return path;
-}
-
 std::string ReadValue(const char* path, const char* key, DWORD size) {
-  char buffer[kTextSize];
+  char buffer[kTextSize] = "";
   GetPrivateProfileStringA(kSection, KeyOf(key), "", buffer, size, path);
   return buffer;
 }
@@ -87,7 +80,7 @@ TSetup::TSetup(const char* fileName) {
   try {
     cache_ = std::make_unique<brevant::TSettingsCache>(std::string(brevant::ProgramDirectory()) +
                                                        std::string(TextOf(fileName)));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // Without a cache every operation gives its failure result or the default.
   }
 }
@@ -107,7 +100,7 @@ const char* TSetup::String(const char* key) const {
     if (const_cast<TSetup*>(this)->SetString(key, text.c_str()) >= 0) {
       if (const std::string* cached = cache_->texts.Find(TextOf(key))) return cached->c_str();
     }
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // As below.
   }
   return DefaultString(key);
@@ -124,7 +117,7 @@ DWORD TSetup::Number(const char* key) const {
     if (const_cast<TSetup*>(this)->SetNumber(key, brevant::LeadingNumber(text)) >= 0) {
       if (const DWORD* cached = cache_->numbers.Find(TextOf(key))) return *cached;
     }
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // As below.
   }
   return DefaultNumber(key);
@@ -136,7 +129,7 @@ int TSetup::String(const char* key, const char* value) {
     if (SetString(key, text.c_str()) < 0) return 0;
     if (IsPasswordKey(key)) text = brevant::Scramble(text);
     return brevant::WriteProfileValue(Path(), key, std::move(text));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return 0;
   }
 }
@@ -147,7 +140,7 @@ int TSetup::Number(const char* key, DWORD value) {
   if (SetNumber(key, static_cast<LONG>(value)) < 0) return -1;
   try {
     return brevant::WriteProfileValue(Path(), key, std::to_string(value));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return 0;
   }
 }
@@ -170,10 +163,10 @@ int TSetup::SetString(const char* key, const char* value) {
   try {
     std::string text(TextOf(value));
     if (brevant::ContainsWordStartingWith(key, "directory")) {
-      text = NormaliseDirectory(std::move(text));
+      text = brevant::WithFinalSeparator(std::move(text));
     }
     return cache_->texts.Set(TextOf(key), std::move(text));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return -1;
   }
 }
@@ -182,21 +175,21 @@ int TSetup::SetNumber(const char* key, LONG value) {
   if (cache_ == nullptr) return -1;
   try {
     return cache_->numbers.Set(TextOf(key), static_cast<DWORD>(value));
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return -1;
   }
 }
 
 const char* TSetup::DefaultString(const char* key) const {
   const std::string_view name = TextOf(key);
-  if (brevant::EqualsIgnoreCase(name, "Program directory")) return brevant::ProgramDirectory();
-  if (brevant::EqualsIgnoreCase(name, "E-Mail Address") && cache_ != nullptr) {
-    try {
+  try {
+    if (brevant::EqualsIgnoreCase(name, "Program directory")) return brevant::ProgramDirectory();
+    if (brevant::EqualsIgnoreCase(name, "E-Mail Address") && cache_ != nullptr) {
       cache_->address = std::string(String("POP3 Account")) + "@" + String("POP3 Server");
       return cache_->address.c_str();
-    } catch (const std::bad_alloc&) {
-      return "";
     }
+  } catch (const std::exception&) {
+    return "";
   }
   if (brevant::EqualsIgnoreCase(name, "SMTP Server")) return String("POP3 Server");
   if (brevant::EqualsIgnoreCase(name, "BBS Short Name")) return String("BBS Name");
@@ -207,7 +200,7 @@ const char* TSetup::DefaultString(const char* key) const {
 DWORD TSetup::DefaultNumber(const char*) const { return 0; }
 
 TTime TSetup::LastModifyTime() const {
-  WIN32_FIND_DATAA data;
+  WIN32_FIND_DATAA data{};
   const HANDLE search = FindFirstFileA(Path(), &data);
   if (search == INVALID_HANDLE_VALUE) return TTime();
   FindClose(search);

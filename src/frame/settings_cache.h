@@ -22,13 +22,22 @@ class TKeyedValues {
   }
   // The value's index, counted in the order in which keys were first set.
   int Set(std::string_view key, Value value) {
-    const auto [found, isNew] = index_.try_emplace(Fold(key), values_.size());
-    if (isNew) {
-      values_.push_back(std::move(value));
-    } else {
-      values_[found->second] = std::move(value);
+    std::string folded = Fold(key);
+    std::size_t index = values_.size();
+    if (const auto found = index_.find(folded); found != index_.end()) {
+      index = found->second;
+      values_[index] = std::move(value);
+      return static_cast<int>(index);
     }
-    return static_cast<int>(found->second);
+    // The value first: when memory runs out, no key may lead to one that is not there.
+    values_.push_back(std::move(value));
+    try {
+      index_.emplace(std::move(folded), index);
+    } catch (...) {
+      values_.pop_back();
+      throw;
+    }
+    return static_cast<int>(index);
   }
 
  private:

@@ -5,7 +5,7 @@
 #include "store/ascii.h"
 
 #include <algorithm>
-#include <new>
+#include <exception>
 
 namespace {
 
@@ -17,7 +17,7 @@ TTask* MakeTask(const char* name) {
     });
     if (entry == table.end()) return nullptr;
     return entry->make(brevant::ProcessSetup(), brevant::ProcessState());
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return nullptr;
   }
 }

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -31,6 +33,25 @@ TEST_F(ErrorLog, LineIsStampTextAndLineEnd) {
   EXPECT_EQ(Log(), expected);
 }
 
+TEST_F(ErrorLog, StampIsDateYearAndTwelveHourClock) {
+  SYSTEMTIME before{};
+  SYSTEMTIME after{};
+  do {
+    std::filesystem::remove(File("error.log"));
+    GetLocalTime(&before);
+    LogError("x");
+    GetLocalTime(&after);
+  } while (before.wMinute != after.wMinute);
+  // Noon is 0 o'clock with PM; neither the month, the day, the year nor the hour has a leading
+  // zero.
+  std::string stamp = std::to_string(before.wMonth) + "/" + std::to_string(before.wDay) + "/" +
+                      std::to_string(before.wYear % 100) + " " + std::to_string(before.wHour % 12) +
+                      ":" + (before.wMinute < 10 ? "0" : "") + std::to_string(before.wMinute) +
+                      (before.wHour < 12 ? " AM" : " PM");
+  stamp.resize(std::max<std::size_t>(stamp.size(), 17), ' ');
+  EXPECT_EQ(Log(), "[" + stamp + "] x\r\n");
+}
+
 TEST_F(ErrorLog, StampIsPaddedTo17Characters) {
   LogError("x");
   const std::string log = Log();
@@ -54,6 +75,35 @@ TEST_F(ErrorLog, LogThatCannotBeOpenedGetsNothing) {
   std::filesystem::create_directory(File("error.log"));
   EXPECT_EQ(LogError("x"), 1);
   EXPECT_TRUE(std::filesystem::is_empty(File("error.log")));
+}
+
+TEST_F(ErrorLog, DirectoryThatTakesNoFileGetsNothing) {
+  // Nobody can make a file in the one, the superuser included; the other is not there.
+  for (const std::string& directory : {std::string("/proc"), File("missing")}) {
+    ASSERT_EQ(SetProgramDirectory(directory.c_str()), 1);
+    EXPECT_EQ(LogError("x"), 1);
+    EXPECT_FALSE(test::FileExists(directory + "/error.log"));
+  }
+  EXPECT_FALSE(test::FileExists(File("missing")));
+}
+
+TEST_F(ErrorLog, LogOfMoreThan4GigabytesIsAppendedTo) {
+  constexpr std::uintmax_t kSize = 0x100000003;
+  test::WriteFileBytes(File("error.log"), "first");
+  std::error_code error;
+  std::filesystem::resize_file(File("error.log"), kSize, error);
+  if (error) GTEST_SKIP() << "left out: no file of that size can be made here";
+  LogError("last");
+  std::ifstream log(File("error.log"), std::ios::binary);
+  std::string start(5, '\0');
+  log.read(start.data(), 5);
+  EXPECT_EQ(start, "first");
+  std::string end(100, '\0');
+  log.seekg(static_cast<std::streamoff>(kSize));
+  log.read(end.data(), static_cast<std::streamsize>(end.size()));
+  end.resize(static_cast<std::size_t>(log.gcount()));
+  EXPECT_EQ(end.substr(0, 1), "[");
+  EXPECT_EQ(end.substr(std::min<std::size_t>(end.size(), 18)), "] last\r\n");
 }
 
 TEST_F(ErrorLog, LogOpenElsewhereGetsNothing) {

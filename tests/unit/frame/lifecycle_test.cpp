@@ -37,6 +37,12 @@ TEST_F(Lifecycle, CanBeStartedAgain) {
   }
 }
 
+TEST_F(Lifecycle, StateMayBeNull) {
+  EXPECT_EQ(InitializeBrevant(setup_, nullptr), 1);
+  EXPECT_EQ(brevant::ProcessState(), nullptr);
+  EXPECT_EQ(UninitializeBrevant(), 1);
+}
+
 TEST_F(Lifecycle, UninitializeAloneIsHarmless) { EXPECT_EQ(UninitializeBrevant(), 1); }
 
 class Client : public TProtocol {
@@ -102,6 +108,26 @@ TEST(ProgramDirectory, RelativePathIsTakenFromTheCurrentDirectory) {
   test::WriteFileBytes(std::string(brevant::ProgramDirectory()) + "probe", "here");
   EXPECT_EQ(test::ReadFileBytes(directory / "board/probe"), "here");
   SetProgramDirectory(nullptr);
+}
+
+TEST(ProgramDirectory, TextHandedOutOutlivesAChange) {
+  const test::TemporaryDirectory directory;
+  SetProgramDirectory(nullptr);
+  const char* text = brevant::ProgramDirectory();
+  const std::string copy = text;
+  for (int i = 0; i < 100; ++i) {
+    SetProgramDirectory((directory / ("a directory with a long name" + std::to_string(i))).c_str());
+  }
+  EXPECT_EQ(text, copy);
+  SetProgramDirectory(nullptr);
+  EXPECT_EQ(brevant::ProgramDirectory(), text);
+}
+
+TEST(ProgramDirectory, FinalSeparatorFollowsTheOthers) {
+  EXPECT_EQ(brevant::WithFinalSeparator("C:\\board"), "C:\\board\\");
+  EXPECT_EQ(brevant::WithFinalSeparator("/srv/board"), "/srv/board/");
+  EXPECT_EQ(brevant::WithFinalSeparator("C:\\a/b\\"), "C:\\a/b\\");
+  EXPECT_EQ(brevant::WithFinalSeparator(""), "");
 }
 
 TEST(ProgramDirectory, EmptyPathChangesNothing) {

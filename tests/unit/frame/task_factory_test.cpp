@@ -30,10 +30,6 @@ constexpr brevant::TTaskEntry kTable[] = {{"MAIL RETRIEVAL", &MakeJob}, {"HTML",
 
 std::span<const brevant::TTaskEntry> brevant::TaskTable() { return kTable; }
 
-TTask::TTask(TSetup* setup, TPersistentState* state) : setup_(setup), state_(state) {}
-void TTask::Abort() { continue_ = 0; }
-TTask::~TTask() = default;
-
 namespace {
 
 class TaskFactory : public test::ProgramDirectoryTest {

@@ -1,0 +1,42 @@
+#include "support/failing_memory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local bool isLimited = false;
+thread_local long left = 0;
+thread_local bool hasFailed = false;
+
+void* Allocate(std::size_t size) {
+  if (isLimited && left-- <= 0) {
+    hasFailed = true;
+    throw std::bad_alloc();
+  }
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return Allocate(size); }
+void* operator new[](std::size_t size) { return Allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace test {
+
+FailingMemory::FailingMemory(long allowed) {
+  left = allowed;
+  hasFailed = false;
+  isLimited = true;
+}
+
+FailingMemory::~FailingMemory() { isLimited = false; }
+
+bool FailingMemory::HasFailed() const { return hasFailed; }
+
+}  // namespace test
