@@ -4,6 +4,7 @@
 #include "unit/text/template_board.h"
 
 #include <benchmark/benchmark.h>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
