@@ -80,7 +80,11 @@ TEST_F(BadInput, ADataFileCutShort) {
     test::ProgramResult result = RunHost({"run", Board(), "html"});
     // Read as far as it is sound, or refused; never a crash.
     EXPECT_TRUE(result.exitCode == 0 || result.exitCode == 1) << size << ": " << result.exitCode;
-    EXPECT_EQ(test::ReadFileBytes(InBoard("Data/General Talk.mwd")), whole.substr(0, size));
+    // What lacks even a header is refused by every structured storage, and left as it is.
+    if (size < 512) {
+      EXPECT_EQ(result.exitCode, 1) << size;
+      EXPECT_TRUE(test::ReadFileBytes(InBoard("Data/General Talk.mwd")) == whole.substr(0, size));
+    }
   }
 }
 
