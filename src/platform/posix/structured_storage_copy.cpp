@@ -49,11 +49,16 @@ HRESULT MergeStorage(const compound::EntryInfo& info, Document& target, EntryId 
   return S_OK;
 }
 
-// Works through storages in pairs, never more than the source can hold if it is sound.
+// Works through storages in pairs, never more elements or bytes than the source can hold if it is
+// sound: storages may be hung into themselves, streams may lie over each other.
 class Copier {
  public:
   Copier(Document& source, StorageObject& root)
-      : source_(source), target_(root.Document()), root_(root), left_(source.EntryBound()) {}
+      : source_(source),
+        target_(root.Document()),
+        root_(root),
+        left_(source.EntryBound()),
+        contentLeft_(source.ContentBound()) {}
 
   HRESULT CopyElement(EntryId element, EntryId parent, const std::u16string& name) {
     compound::EntryInfo info = source_.Info(element);
@@ -88,6 +93,8 @@ class Copier {
       if (SUCCEEDED(result)) pending_.push_back({element, merged});
       return result;
     }
+    if (info.size > contentLeft_) return STG_E_DOCFILECORRUPT;
+    contentLeft_ -= info.size;
     if (const EntryId old = target_.Find(parent, info.name); old != kNoEntry) Replace(parent, old);
     CopyStream(source_, element, target_, target_.CreateStream(parent, info.name));
     return S_OK;
@@ -103,6 +110,7 @@ class Copier {
   Document& target_;
   StorageObject& root_;
   std::uint32_t left_;
+  std::uint64_t contentLeft_;
   std::vector<Pair> pending_;
 };
 

@@ -63,7 +63,7 @@ HRESULT StorageObject::FindToChange(LPCOLESTR name, compound::EntryId* id) {
   const HRESULT result = CheckChange();
   if (FAILED(result)) return result;
   *id = Document().Find(Id(), name);
-  if (*id == compound::kNoEntry) return STG_E_FILENOTFOUND;
+  if (*id == compound::kNoEntry || !Document().IsElement(*id)) return STG_E_FILENOTFOUND;
   return Owner().FindOpen(*id) != nullptr ? STG_E_ACCESSDENIED : S_OK;
 }
 

@@ -50,6 +50,7 @@ class DescriptorFile final : public compound::ByteFile {
                                    count - done, static_cast<off_t>(offset + done));
       if (now < 0 && errno == EINTR) continue;
       if (now < 0) return WriteStatus();
+      if (now == 0) return compound::Status::kWriteFault;
       done += static_cast<std::size_t>(now);
     }
     return compound::Status::kOk;

@@ -85,7 +85,9 @@ SOCKET AcceptNow(SOCKET socket, sockaddr_in* peer, bool* wouldBlock) {
   sockaddr_in address{};
   int length = sizeof address;
   const SOCKET accepted = accept(socket, reinterpret_cast<sockaddr*>(&address), &length);
-  *wouldBlock = accepted == INVALID_SOCKET && WSAGetLastError() == WSAEWOULDBLOCK;
+  // A peer that went before it was accepted is no failure of the listener.
+  const int error = accepted == INVALID_SOCKET ? WSAGetLastError() : 0;
+  *wouldBlock = error == WSAEWOULDBLOCK || error == WSAECONNRESET;
   if (accepted == INVALID_SOCKET) return INVALID_SOCKET;
   if (!MakeNonBlocking(accepted)) {
     closesocket(accepted);

@@ -87,6 +87,65 @@ TEST_F(ProfileDisk, LinkStaysALink) {
   EXPECT_EQ(test::ReadFileBytes(directory_ / "real.ini"), "[s]\r\nk=longer\r\n");
 }
 
+TEST_F(ProfileDisk, LinkThatLeadsElsewhereIsFollowedAnew) {
+  test::WriteFileBytes(directory_ / "one.ini", "[s]\r\nk=1\r\n");
+  test::WriteFileBytes(directory_ / "two.ini", "[s]\r\nk=2\r\n");
+  fs::create_symlink("one.ini", file_);
+  EXPECT_EQ(Get("k"), "1");
+  fs::create_symlink("two.ini", directory_ / "new");
+  fs::rename(directory_ / "new", file_);
+  EXPECT_EQ(Get("k"), "2");
+  EXPECT_TRUE(Set("k", "3"));
+  EXPECT_EQ(test::ReadFileBytes(directory_ / "one.ini"), "[s]\r\nk=1\r\n");
+  EXPECT_EQ(test::ReadFileBytes(directory_ / "two.ini"), "[s]\r\nk=3\r\n");
+}
+
+TEST_F(ProfileDisk, RelativeNameFollowsTheCurrentDirectory) {
+  const fs::path before = fs::current_path();
+  char value[16];
+  for (const char* name : {"one", "two"}) {
+    fs::create_directory(directory_ / name);
+    fs::current_path(directory_ / name);
+    test::WriteFileBytes("relative.ini", std::string("[s]\r\nk=") + name + "\r\n");
+    GetPrivateProfileStringA("s", "k", "", value, sizeof value, "relative.ini");
+    EXPECT_STREQ(value, name);
+  }
+  fs::current_path(before);
+}
+
+TEST_F(ProfileDisk, ChangeOfAnotherProgramIsKeptByTheNextWrite) {
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_TRUE(Set("k", std::to_string(10 + i)));
+    // Within one tick of the clock, and of equal size from the second round on.
+    std::string bytes = test::ReadFileBytes(file_);
+    if (i == 0) bytes += "other=00\r\n";
+    const std::size_t at = bytes.find("other=") + 6;
+    bytes.replace(at, 2, std::to_string(50 + i));
+    test::WriteFileBytes(file_, bytes);
+    EXPECT_TRUE(Set("l", std::to_string(10 + i)));
+    ASSERT_EQ(Get("other"), std::to_string(50 + i));
+    ASSERT_EQ(Get("k"), std::to_string(10 + i));
+  }
+}
+
+TEST_F(ProfileDisk, FileThatGrewOrShrankIsReadWhole) {
+  Set("k", "1");
+  for (const std::size_t size : {std::size_t{100'000}, std::size_t{10}, std::size_t{40'000}}) {
+    test::WriteFileBytes(
+        file_, "[s]\r\n" + std::string(size, ';') + "\r\nk=" + std::to_string(size) + "\r\n");
+    ASSERT_EQ(Get("k"), std::to_string(size));
+  }
+}
+
+TEST_F(ProfileDisk, ReadOnlyDirectoryIsWrittenInPlace) {
+  if (::geteuid() == 0) GTEST_SKIP() << "left out: the superuser may write everywhere";
+  Set("k", "1");
+  fs::permissions(directory_.Path(), fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_TRUE(Set("k", "longer"));
+  fs::permissions(directory_.Path(), fs::perms::owner_all);
+  EXPECT_EQ(Get("k"), "longer");
+}
+
 TEST_F(ProfileDisk, FileIsFoundIgnoringLetterCase) {
   test::WriteFileBytes(directory_ / "P.INI", "[s]\r\nk=1\r\n");
   EXPECT_EQ(Get("k"), "1");

@@ -57,6 +57,29 @@ TEST_F(WindowsRules, MoveCanChangeTheLetterCase) {
   EXPECT_EQ(test::ReadFileBytes(File("A.TXT")), "one");
 }
 
+TEST_F(WindowsRules, MoveOntoItselfByAnotherPathKeepsTheFile) {
+  fs::create_directory(File("d"));
+  Make("d/a", "kept");
+  EXPECT_TRUE(MoveFileExA(File("d/a").c_str(), File("d/./a").c_str(), MOVEFILE_REPLACE_EXISTING));
+  EXPECT_EQ(test::ReadFileBytes(File("d/a")), "kept");
+  EXPECT_TRUE(MoveFileA(File("d/a").c_str(), File("d/../d/A").c_str()));
+  EXPECT_EQ(test::ReadFileBytes(File("d/A")), "kept");
+  EXPECT_FALSE(fs::exists(File("d/a")));
+}
+
+TEST_F(WindowsRules, MoveOntoAnotherNameOfTheFileLeavesOne) {
+  Make("a", "one");
+  fs::create_hard_link(File("a"), File("b"));
+  EXPECT_TRUE(MoveFileExA(File("a").c_str(), File("b").c_str(), MOVEFILE_REPLACE_EXISTING));
+  EXPECT_FALSE(fs::exists(File("a")));
+  EXPECT_EQ(test::ReadFileBytes(File("b")), "one");
+}
+
+TEST_F(WindowsRules, NameThatIsTooLongIsNoName) {
+  EXPECT_EQ(GetFileAttributesA(File(std::string(300, 'x')).c_str()), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
+}
+
 TEST_F(WindowsRules, TimesNeedARightToWrite) {
   Make("a");
   const FILETIME time{0, 0x01C00000};
