@@ -10,7 +10,8 @@ AllocationTable::AllocationTable(Pager& pager, Header& header) : pager_(pager), 
   locations_.assign(header.difat.begin(),
                     header.difat.begin() + static_cast<std::ptrdiff_t>(direct));
   const std::uint32_t covered = EntriesPerSector();
-  free_.Reset((pager.SectorCount() + covered - 1) / covered, pager.SectorCount());
+  const std::uint32_t sectors = pager.SectorCount();
+  free_.Reset(sectors / covered + (sectors % covered != 0 ? 1 : 0));
 }
 
 // Follows the DIFAT until it names the FAT sector wanted. The header bounds its length.
@@ -22,11 +23,14 @@ void AllocationTable::LoadDifat(std::uint32_t fatIndex) {
     if (sector >= pager_.SectorCount() || difat_.size() >= header_.difatSectors) {
       throw Error(Status::kCorrupt);
     }
-    difat_.push_back(sector);
+    // Both lists grow together or not at all: this may be tried again after a failure.
     const std::uint8_t* entries = pager_.Read(sector);
-    for (std::uint32_t i = 0; i < perSector && locations_.size() < header_.fatSectors; ++i) {
-      locations_.push_back(Load32(entries + 4 * i));
-    }
+    std::vector<std::uint32_t> named(
+        std::min<std::size_t>(perSector, header_.fatSectors - locations_.size()));
+    for (std::size_t i = 0; i < named.size(); ++i) named[i] = Load32(entries + 4 * i);
+    difat_.reserve(difat_.size() + 1);
+    locations_.insert(locations_.end(), named.begin(), named.end());
+    difat_.push_back(sector);
   }
 }
 
@@ -97,12 +101,19 @@ std::uint32_t AllocationTable::Allocate(std::uint32_t near) {
 std::uint32_t AllocationTable::AppendSector() {
   const std::uint32_t per = EntriesPerSector();
   while (pager_.SectorCount() / per >= header_.fatSectors) GrowTable();
+  free_.NoneFound();
   return pager_.Append();
 }
 
-// The new FAT sector is the first of those that it describes itself.
+// The first new FAT sector is the first of those that it describes itself. In a large file several
+// lie together, a block of the pager: following a chain through the file reads all of them.
 void AllocationTable::GrowTable() {
   LoadAllLocations();
+  const std::uint32_t count = header_.fatSectors < kLoneSectors ? 1 : pager_.BlockSectors();
+  for (std::uint32_t i = 0; i < count; ++i) AddTableSector();
+}
+
+void AllocationTable::AddTableSector() {
   const std::uint32_t index = header_.fatSectors;
   const std::uint32_t sector = pager_.Append();
   std::memset(pager_.WriteWhole(sector), 0xFF, pager_.SectorBytes());

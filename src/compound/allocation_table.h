@@ -33,6 +33,7 @@ class AllocationTable final : public LinkTable {
   void LookAt(std::uint32_t fatIndex);
   std::uint32_t AppendSector();
   void GrowTable();
+  void AddTableSector();
   void GrowDifat();
   void LoadAllLocations();
 

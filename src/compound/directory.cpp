@@ -75,6 +75,12 @@ void Directory::LookAt(std::uint32_t index) {
 
 void Directory::Grow() {
   const std::uint32_t length = chain_.Length(fat_);
+  const std::uint32_t count = length < kLoneSectors ? 1 : pager_.BlockSectors();
+  for (std::uint32_t i = 0; i < count; ++i) AddSector(length + i);
+  for (std::uint32_t i = count; i-- > 0;) LookAt(length + i);
+}
+
+void Directory::AddSector(std::uint32_t length) {
   const std::uint32_t last = length == 0 ? kEndOfChain : chain_.At(fat_, length - 1);
   const std::uint32_t sector = fat_.Allocate(last);
   if (length == 0) {
@@ -90,13 +96,12 @@ void Directory::Grow() {
     // An unused entry is all zeros but for its links.
     std::memset(entries + kEntryBytes * i + kEntryLeftAt, 0xFF, 12);
   }
-  LookAt(length);
 }
 
 EntryId Directory::Add(EntryType type, std::u16string_view name) {
   if (!looked_) {
     const std::uint32_t length = chain_.Length(fat_);
-    free_.Reset(length, length);
+    free_.Reset(length);
     looked_ = true;
     if (length != 0) LookAt(length - 1);  // most likely where the last one was added
   }
@@ -109,6 +114,7 @@ EntryId Directory::Add(EntryType type, std::u16string_view name) {
       LookAt(piece);
     } else {
       Grow();
+      free_.NoneFound();
     }
   }
   if (type == EntryType::kRoot) {

@@ -42,6 +42,7 @@ class Directory {
   }
   void LookAt(std::uint32_t index);
   void Grow();
+  void AddSector(std::uint32_t length);
 
   Pager& pager_;
   Header& header_;

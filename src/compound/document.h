@@ -84,6 +84,10 @@ class Document {
   // Grows with every change to a directory: what was listed before may be outdated.
   std::uint64_t Generation() const { return generation_; }
   std::uint32_t EntryBound() const { return core_->directory.Bound(); }
+  // All streams of a sound document together hold no more bytes.
+  std::uint64_t ContentBound() const {
+    return static_cast<std::uint64_t>(core_->pager.SectorCount()) << core_->header.sectorShift;
+  }
   bool HasChanges() const { return core_->header.dirty || core_->pager.HasChanges(); }
   bool IsGivenUp() const { return givenUp_; }
   // Nothing is committed any more.

@@ -2,10 +2,13 @@
 
 #include "compound/byte_file.h"
 
+#include <chrono>
+
 namespace compound {
 namespace {
 
-constexpr std::uint32_t kPiecesPerCommit = 64;
+constexpr std::uint32_t kPiecesPerCommit = 12;
+constexpr std::uint32_t kAddedPerPiece = 8;
 
 }  // namespace
 
@@ -43,7 +46,8 @@ bool Chain::Has(LinkTable& table, std::uint32_t index) {
 std::uint32_t Chain::Length(LinkTable& table) {
   while (!complete_) {
     // A chain as long as the whole table may still end here.
-    if (sectors_.size() == table.Count() && table.Next(sectors_.back()) == kEndOfChain) {
+    if (!sectors_.empty() && sectors_.size() == table.Count() &&
+        table.Next(sectors_.back()) == kEndOfChain) {
       complete_ = true;
     } else {
       Step(table);
@@ -64,12 +68,15 @@ void Chain::Shorten(std::uint32_t length) {
   complete_ = true;
 }
 
-void FreePlaces::Reset(std::uint32_t pieces, std::uint32_t seed) {
+void FreePlaces::Reset(std::uint32_t pieces) {
   places_.clear();
   pieces_ = pieces;
   seen_ = 0;
-  // Knuth's multiplicative hash: openings of a growing file begin to look at different places.
-  cursor_ = pieces == 0 ? 0 : static_cast<std::uint32_t>((seed * 2654435761ULL >> 8) % pieces);
+  // Each opening begins at another place, whether the file grew or not.
+  const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch() /
+                                              std::chrono::microseconds(1));
+  // Knuth's multiplicative hash.
+  cursor_ = pieces == 0 ? 0 : static_cast<std::uint32_t>((now * 2654435761ULL >> 8) % pieces);
   budget_ = kPiecesPerCommit;
 }
 
@@ -84,6 +91,10 @@ bool FreePlaces::NextPiece(std::uint32_t* piece) {
   *piece = cursor_;
   cursor_ = (cursor_ + 1) % pieces_;
   return true;
+}
+
+void FreePlaces::NoneFound() {
+  if (++added_ % kAddedPerPiece == 0) ++budget_;
 }
 
 bool FreePlaces::Take(std::uint32_t* place) {

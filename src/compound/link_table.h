@@ -7,6 +7,10 @@
 
 namespace compound {
 
+// Tables and the directory grow by one sector up to this length, from there on by a whole block of
+// the pager: what is read together lies together.
+inline constexpr std::uint32_t kLoneSectors = 16;
+
 class LinkTable {
  public:
   // The sector after this one, or kEndOfChain. Throws kCorrupt when the entry names no sector.
@@ -46,17 +50,19 @@ class Chain {
 
 // Finds free places in a table of many pieces without reading all of it: what was freed or seen
 // free is remembered, and per commit only a few pieces that were not looked at yet are read, from a
-// place that changes with the table's size. So a hole is found sooner or later, and a lone change
-// never costs a walk over the whole file.
+// place that changes with every opening, and one more for every so many places that had to be
+// added. So a hole is found sooner or later, and a lone change never costs a walk over the file.
 class FreePlaces {
  public:
-  void Reset(std::uint32_t pieces, std::uint32_t seed);
+  void Reset(std::uint32_t pieces);
   void Add(std::uint32_t place) { places_.push_back(place); }
   // Adds a chain so that it is given out in its own order.
   void AddChain(const std::vector<std::uint32_t>& chain);
   // The next piece to look at, or false when there is none or enough was read for this commit.
   bool NextPiece(std::uint32_t* piece);
   bool Take(std::uint32_t* place);
+  // A place had to be added.
+  void NoneFound();
   void Committed();
 
  private:
@@ -65,6 +71,7 @@ class FreePlaces {
   std::uint32_t seen_ = 0;
   std::uint32_t cursor_ = 0;
   std::uint32_t budget_ = 0;
+  std::uint32_t added_ = 0;
 };
 
 }  // namespace compound

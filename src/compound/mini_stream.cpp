@@ -15,10 +15,10 @@ void MiniStream::Attach(std::uint32_t first, std::uint64_t size) {
   // No more than the file can hold, whatever the entry says.
   const std::uint64_t held = static_cast<std::uint64_t>(pager_.SectorCount())
                              << (header_.sectorShift - kMiniShift);
-  count_ = static_cast<std::uint32_t>(std::min(
-      {(size + kMiniSectorBytes - 1) >> kMiniShift, held, static_cast<std::uint64_t>(kMaxSector)}));
+  const std::uint64_t said = (size >> kMiniShift) + (size % kMiniSectorBytes != 0 ? 1 : 0);
+  count_ = static_cast<std::uint32_t>(std::min({said, held, std::uint64_t{kMaxSector}}));
   const std::uint32_t per = EntriesPerSector();
-  free_.Reset((count_ + per - 1) / per, count_);
+  free_.Reset(count_ / per + (count_ % per != 0 ? 1 : 0));
 }
 
 std::uint32_t MiniStream::Get(std::uint32_t sector) {
@@ -79,8 +79,12 @@ std::uint32_t MiniStream::Extend(Chain& chain) {
 
 std::uint32_t MiniStream::AppendSector() {
   const std::uint32_t sector = count_;
-  if (sector / EntriesPerSector() >= table_.Length(fat_)) {
-    std::memset(pager_.WriteWhole(Extend(table_)), 0xFF, pager_.SectorBytes());
+  free_.NoneFound();
+  if (const std::uint32_t length = table_.Length(fat_); sector / EntriesPerSector() >= length) {
+    const std::uint32_t added = length < kLoneSectors ? 1 : pager_.BlockSectors();
+    for (std::uint32_t i = 0; i < added; ++i) {
+      std::memset(pager_.WriteWhole(Extend(table_)), 0xFF, pager_.SectorBytes());
+    }
   }
   if (header_.miniFatSectors != table_.Length(fat_)) {
     header_.firstMiniFatSector = table_.First();

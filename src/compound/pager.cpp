@@ -291,7 +291,10 @@ void Pager::WriteFresh() {
   }
 }
 
-void Pager::WriteOld() { WriteDirty(false); }
+void Pager::WriteOld() {
+  oldTouched_ = true;
+  WriteDirty(false);
+}
 
 std::vector<std::uint32_t> Pager::Committed() {
   SettleWritten();
@@ -306,10 +309,12 @@ std::vector<std::uint32_t> Pager::Committed() {
   }
   committedSectors_ = sectors_;
   committedBytes_ = fileBytes_;
+  oldTouched_ = false;
   return std::exchange(held_, {});
 }
 
 void Pager::DropChanges() noexcept {
+  if (oldTouched_) return;
   // Asked anew: a write that failed may have lengthened the file.
   std::uint64_t size = 0;
   if (file_.Size(&size) == Status::kOk && size > committedBytes_) {

@@ -31,6 +31,8 @@ class Pager {
 
   std::uint32_t SectorCount() const { return sectors_; }
   std::uint32_t SectorBytes() const { return 1U << shift_; }
+  // Sectors that are read together.
+  std::uint32_t BlockSectors() const { return blockMask_ + 1; }
 
   // A sector's bytes; every pointer stays good until the next Trim.
   const std::uint8_t* Read(std::uint32_t sector);
@@ -60,7 +62,8 @@ class Pager {
   void WriteOld();
   // Ends a commit: gives the sectors that are free to use from now on.
   std::vector<std::uint32_t> Committed();
-  // Cuts off what was written early past the committed end.
+  // Cuts off what was written early past the committed end; not once old sectors were changed in
+  // the file, which may refer to what stands there.
   void DropChanges() noexcept;
 
  private:
@@ -92,6 +95,7 @@ class Pager {
   std::uint64_t committedBytes_;  // and at the last commit
   std::uint32_t sectors_;
   std::uint32_t committedSectors_;
+  bool oldTouched_ = false;  // a commit has begun to write old sectors
   std::vector<std::unique_ptr<Chunk>> chunks_;
   std::vector<Block*> dirty_;  // blocks with changes, each once, in no order
   Block* oldest_ = nullptr;    // clean blocks, a list in the order of their eviction

@@ -24,6 +24,8 @@ const std::uint8_t* Stream::ReadSector(std::uint32_t index) {
 std::size_t Stream::ReadSome(std::uint64_t position, std::uint8_t* target, std::size_t count,
                              bool runs) {
   const std::size_t sectorBytes = std::size_t{1} << Shift();
+  if (position >> Shift() > kMaxSector)
+    throw Error(Status::kCorrupt);  // only a lying size leads here
   const auto index = static_cast<std::uint32_t>(position >> Shift());
   const auto within = static_cast<std::size_t>(position & (sectorBytes - 1));
   if (runs && !IsMini() && within == 0 && count >= 2 * sectorBytes) {

@@ -124,6 +124,57 @@ TEST(Durability, EveryFailingWriteBeforeTheFirstSyncLeavesTheOldState) {
   }
 }
 
+TEST(Durability, OnceOldSectorsAreWrittenTheNewOnesStay) {
+  // The last sync fails, and everything is in the file by then: cutting off the new sectors would
+  // leave old ones that refer to them.
+  const DiskPtr disk = Filled();
+  {
+    const DocumentPtr document = Open(disk);
+    ChangeALot(*document);
+    disk->syncs = 0;
+    std::size_t count = 0;
+    std::size_t last = 0;
+    {
+      const DiskPtr copy = NewDisk(disk->bytes);
+      const DocumentPtr rehearsal = Open(copy);
+      ChangeALot(*rehearsal);
+      copy->onWrite = [&] {
+        ++last;
+        return Status::kOk;
+      };
+      rehearsal->Commit();
+    }
+    disk->onWrite = [&] { return ++count == last ? Status::kWriteFault : Status::kOk; };
+    EXPECT_EQ(StatusOf([&] { document->Commit(); }), Status::kWriteFault);
+    document->GiveUp();
+  }
+  EXPECT_EQ(disk->syncs, 1U);
+  EXPECT_EQ(Problems(CheckFile(disk->bytes)), "");
+  EXPECT_EQ(CheckFile(disk->bytes).elements.at("59/CONTENT"), Pattern(59 * 200));
+}
+
+TEST(Durability, TheDifatIsReadAgainAfterAFailure) {
+  const std::string content = Pattern(8U << 20);
+  const DiskPtr disk = NewDisk();
+  {
+    const DocumentPtr document = Create(disk);
+    Put(*document, kRootEntry, "large", content);
+    document->Commit();
+  }
+  for (int failing = 0; failing < 12; ++failing) {
+    const DocumentPtr document = Open(disk);
+    const auto stream = document->OpenStream(document->Find(kRootEntry, u"large"));
+    int count = 0;
+    disk->onRead = [&] { return count++ == failing ? Status::kReadFault : Status::kOk; };
+    char byte = 0;
+    const std::uint64_t end = content.size() - 1;
+    StatusOf([&] { stream->Read(end, &byte, 1); });
+    disk->onRead = [] { return Status::kOk; };
+    ASSERT_EQ(stream->Read(end, &byte, 1), 1U) << failing;
+    EXPECT_EQ(byte, content.back()) << failing;
+  }
+}
+
 TEST(Durability, ACommitCanBeTriedAgain) {
   const DiskPtr disk = Filled();
   const DocumentPtr document = Open(disk);
@@ -200,7 +251,27 @@ TEST(Durability, ALoneAdditionReadsLittleOfALargeFile) {
   const DocumentPtr document = Open(disk);
   Put(*document, kRootEntry, "another", Pattern(100));
   document->Commit();
-  EXPECT_LE(disk->bytesRead, disk->bytes.size() / 4);
+  EXPECT_LE(disk->bytesRead, disk->bytes.size() / 25);
+}
+
+TEST(Durability, AdditionsToAnOpenLargeFileReadNextToNothing) {
+  const DiskPtr disk = NewDisk();
+  {
+    const DocumentPtr document = Create(disk);
+    for (int i = 0; i < 20000; ++i) {
+      Put(*document, kRootEntry, std::to_string(100000 + i), Pattern(600));
+    }
+    document->Commit();
+  }
+  const DocumentPtr document = Open(disk);
+  Put(*document, kRootEntry, "first", Pattern(100));
+  document->Commit();
+  disk->bytesRead = 0;
+  for (int i = 0; i < 100; ++i) {
+    Put(*document, kRootEntry, "another" + std::to_string(i), Pattern(600));
+    document->Commit();
+  }
+  EXPECT_LE(disk->bytesRead / 100, 100U * 1024);
 }
 
 }  // namespace

@@ -137,6 +137,73 @@ TEST(Hostile, AStorageInsideItselfCannotBeRemoved) {
   EXPECT_FALSE(document->IsGivenUp()) << "found out before any change";
 }
 
+TEST(Hostile, AStreamInAnEmptyMiniStreamIsDamaged) {
+  std::string bad = Sample();
+  const std::size_t root = SectorAt(Peek32(bad, 48));
+  Poke32(bad, root + 116, kEndOfChain);
+  Poke32(bad, root + 120, 0);
+  const DocumentPtr document = Open(NewDisk(bad));
+  const auto stream = document->OpenStream(document->Find(kRootEntry, u"small"));
+  char byte = 0;
+  EXPECT_EQ(StatusOf([&] { stream->Read(0, &byte, 1); }), Status::kCorrupt);
+  EXPECT_EQ(StatusOf([&] { document->Resize(*stream, 1000); }), Status::kCorrupt);
+}
+
+TEST(Hostile, APositionBeyondAllSectorsIsNotWrappedAround) {
+  // Sizes have 64 bits in version 4 files.
+  DocumentOptions options;
+  options.version = 4;
+  const DiskPtr disk = NewDisk();
+  {
+    const DocumentPtr document = Create(disk, options);
+    Put(*document, kRootEntry, "large", Pattern(9000));
+    document->Commit();
+  }
+  Poke32(disk->bytes, EntryAt(disk->bytes, "large") + 124, 0x7FFFFFFF);
+  const DocumentPtr document = Open(disk);
+  const auto stream = document->OpenStream(document->Find(kRootEntry, u"large"));
+  char byte = 0;
+  EXPECT_EQ(StatusOf([&] { stream->Read(std::uint64_t{1} << 44, &byte, 1); }), Status::kCorrupt);
+}
+
+TEST(Hostile, ATreeWithADeepPartIsMadeAnewBeforeAChange) {
+  // A balanced tree of 2000, and between two elements in its middle a chain of 99 that a check of
+  // some paths does not see: found through a list, which a change must not leave outdated.
+  const DiskPtr disk = NewDisk();
+  EntryId first = kNoEntry;
+  {
+    const DocumentPtr document = Create(disk);
+    for (int i = 0; i < 2000; ++i) {
+      document->CreateStream(kRootEntry, Wide(std::to_string(100000 + 100 * i)));
+    }
+    const EntryId sub = document->CreateStorage(kRootEntry, u"sub", 1);
+    first = document->CreateStream(sub, u"200001");
+    for (int i = 2; i < 100; ++i) document->CreateStream(sub, Wide(std::to_string(200000 + i)));
+    document->Commit();
+  }
+  std::string& bytes = disk->bytes;
+  Poke32(bytes, EntryAt(bytes, "sub") + 76, kNoEntry);
+  const std::size_t below = EntryAt(bytes, "200000");
+  const std::size_t above = EntryAt(bytes, "200100");
+  Poke32(bytes, Peek32(bytes, below + 72) == kNoEntry ? below + 72 : above + 68, first);
+  for (EntryId i = 1; i < 100; ++i) {
+    const std::size_t entry = EntryAt(bytes, std::to_string(200000 + i));
+    bytes[entry + 67] = 1;
+    Poke32(bytes, entry + 68, kNoEntry);
+    Poke32(bytes, entry + 72, i < 99 ? first + i : kNoEntry);
+  }
+  const DocumentPtr document = Open(disk);
+  document->CreateStream(kRootEntry, u"added");
+  EXPECT_NE(document->Find(kRootEntry, u"200099"), kNoEntry);
+  document->CreateStream(kRootEntry, u"again");
+  Destroy(*document, kRootEntry, "200098");
+  EXPECT_NE(document->Find(kRootEntry, u"again"), kNoEntry);
+  EXPECT_EQ(document->Find(kRootEntry, u"200098"), kNoEntry);
+  EXPECT_NE(document->Find(kRootEntry, u"200099"), kNoEntry);
+  document->Commit();
+  EXPECT_LE(CheckFile(disk->bytes).deepest, 24U);
+}
+
 TEST(Hostile, CountsInTheHeaderAllocateNothing) {
   for (const std::size_t at : {44U, 64U, 72U}) {
     std::string bad = Sample();
