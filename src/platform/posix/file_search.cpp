@@ -103,14 +103,15 @@ class Search {
   // The next entry that is still there; false at the end.
   bool Next(WIN32_FIND_DATAA* data) {
     while (at_ < names_.size()) {
-      const FoundName& found = names_[at_++];
+      const FoundName& found = names_[at_];
       const std::string path = directory_ + "/" + found.name;
       FileFacts facts;
       const FileReference reference(path);
-      if (!reference.ReadFacts(&facts)) continue;
-      if (!facts.isRegular && !facts.isDirectory && !facts.isLink) continue;
-      Fill(found, reference, facts, data);
-      return true;
+      const bool listed =
+          reference.ReadFacts(&facts) && (facts.isRegular || facts.isDirectory || facts.isLink);
+      if (listed) Fill(found, reference, facts, data);
+      ++at_;  // last: an entry for which memory ran out comes again
+      if (listed) return true;
     }
     return false;
   }

@@ -7,6 +7,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 
 namespace brevant::posix {
@@ -94,7 +95,14 @@ std::string FindIgnoringCase(const std::string& directory, std::string_view name
     listing = memory.Read(Openable(directory));
   }
   if (listing == nullptr) return {};
-  const auto entry = listing->spelled.find(UpperCased(name));
+  const std::string key = UpperCased(name);
+  auto entry = listing->spelled.find(key);
+  if (entry == listing->spelled.end()) return {};
+  if (::lstat((directory + entry->second).c_str(), &facts) == 0) return entry->second;
+  // It went without a word, within one tick of the directory's time.
+  listing = memory.Read(Openable(directory));
+  if (listing == nullptr) return {};
+  entry = listing->spelled.find(key);
   return entry == listing->spelled.end() ? std::string() : entry->second;
 }
 
@@ -109,22 +117,28 @@ NameChange::NameChange(const std::string& path)
   before_ = facts.st_mtim;
 }
 
-void NameChange::Tell(bool added) {
+void NameChange::Tell(bool added) noexcept {
   struct stat facts {};
   if (!known_ || ::stat(Openable(directory_), &facts) != 0) return;
   Memory& memory = Remembered();
   const std::lock_guard lock(memory.mutex);
   Listing* listing = memory.Find(facts);
   if (listing == nullptr || !Equal(listing->modified, before_)) return;
-  if (added) {
-    listing->Add(name_);
-  } else if (listing->ambiguous) {
+  if (!added && listing->ambiguous) {
     memory.Forget(facts);
     return;
-  } else {
-    listing->spelled.erase(UpperCased(name_));
   }
-  listing->modified = facts.st_mtim;
+  try {
+    if (added) {
+      listing->Add(name_);
+    } else {
+      listing->spelled.erase(UpperCased(name_));
+    }
+    listing->modified = facts.st_mtim;
+  } catch (const std::bad_alloc&) {
+    // The change is made and cannot be refused any more.
+    memory.Forget(facts);
+  }
 }
 
 }  // namespace brevant::posix

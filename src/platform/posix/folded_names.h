@@ -20,11 +20,11 @@ class NameChange {
  public:
   // path: the entry that appears or goes, with its directory resolved.
   explicit NameChange(const std::string& path);
-  void Added() { Tell(true); }
-  void Removed() { Tell(false); }
+  void Added() noexcept { Tell(true); }
+  void Removed() noexcept { Tell(false); }
 
  private:
-  void Tell(bool added);
+  void Tell(bool added) noexcept;
 
   std::string directory_;
   std::string name_;

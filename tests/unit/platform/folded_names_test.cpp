@@ -97,6 +97,30 @@ TEST(FoldedNamesTest, PlatformFunctionsSeeEachOthersFiles) {
   EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((directory / "two.htm").c_str()));
 }
 
+TEST(FoldedNamesTest, NameThatMovedAwayCanBeMadeAgain) {
+  const test::TemporaryDirectory directory;
+  const std::string one = directory / "one.htm";
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesA((directory / "ONE.htm").c_str()));
+    const HANDLE file = CreateFileA(one.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, file);
+    CloseHandle(file);
+    EXPECT_TRUE(
+        MoveFileExA(one.c_str(), (directory / "two.htm").c_str(), MOVEFILE_REPLACE_EXISTING));
+  }
+}
+
+TEST(FoldedNamesTest, NameThatGoesWithoutAWordIsGone) {
+  const test::TemporaryDirectory directory;
+  test::WriteFileBytes(directory / "Index.htm", "x");
+  const auto time = fs::last_write_time(directory.Path());
+  EXPECT_EQ("Index.htm", FindIgnoringCase(directory.Path(), "index.htm"));
+  fs::remove(directory / "Index.htm");
+  fs::last_write_time(directory.Path(), time);
+  EXPECT_EQ("", FindIgnoringCase(directory.Path(), "index.htm"));
+}
+
 TEST(FoldedNamesTest, MoreDirectoriesThanAreRemembered) {
   const test::TemporaryDirectory directory;
   for (int round = 0; round < 2; ++round) {
