@@ -19,34 +19,34 @@ TDestination MakeDestination(DWORD address, WORD port) {
 
 }  // namespace
 
-TConnection::TConnection(DWORD timeout) : peer_(MakeDestination(0, 0)), timeout_(timeout) {
-  Arm();
-  const SOCKET opened = socket(AF_INET, SOCK_STREAM, 0);
-  if (opened != INVALID_SOCKET) Adopt(opened);
-}
-
-TConnection::TConnection(SOCKET socket, DWORD timeout)
-    : peer_(MakeDestination(0, 0)), timeout_(timeout) {
-  Adopt(socket);
-}
-
-TConnection::~TConnection() {
-  if (socket_ == INVALID_SOCKET) return;
-  // A call still in progress on another thread keeps the socket from closing on some systems.
+UniqueSocket::~UniqueSocket() {
+  if (!IsOpen()) return;
   while (closesocket(socket_) == SOCKET_ERROR && WSAGetLastError() == WSAEINPROGRESS) Sleep(0);
 }
 
-void TConnection::Adopt(SOCKET socket) {
-  if (socket == INVALID_SOCKET) return;
-  socket_ = socket;
+TConnection::TConnection(DWORD timeout) : peer_(MakeDestination(0, 0)), timeout_(timeout) {
+  Arm();
+  Adopt(UniqueSocket(socket(AF_INET, SOCK_STREAM, 0)));
+}
+
+TConnection::TConnection(UniqueSocket socket, DWORD timeout)
+    : peer_(MakeDestination(0, 0)), timeout_(timeout) {
+  Adopt(std::move(socket));
+}
+
+TConnection::~TConnection() = default;
+
+void TConnection::Adopt(UniqueSocket socket) {
+  // A socket that may block would hold the caller beyond every deadline.
+  if (!socket.IsOpen() || !platform::MakeNonBlocking(socket.Get())) return;
+  transport_ = brevant::MakePlainTransport(socket.Get());
+  socket_ = std::move(socket);
   flags_ |= kSocketOpen;
-  platform::MakeNonBlocking(socket);
-  transport_ = brevant::MakePlainTransport(socket);
 }
 
 bool TConnection::WaitForSocket(Readiness wanted, DWORD armed) {
   lastWait_ = brevant::WaitUntil(
-      [this, wanted](DWORD slice) { return platform::WaitForReadiness(socket_, wanted, slice); },
+      [this, wanted](DWORD slice) { return platform::WaitForReadiness(Socket(), wanted, slice); },
       armed, continueFlag_);
   return lastWait_ == WaitEnd::kReady;
 }
@@ -58,11 +58,11 @@ int TConnection::Connect(DWORD address, WORD port) {
 
 int TConnection::ConnectAgain() {
   const DWORD armed = Arm();
-  if (socket_ == INVALID_SOCKET) return 0;
-  int result = platform::ConnectNow(socket_, peer_);
+  if (!socket_.IsOpen()) return 0;
+  int result = platform::ConnectNow(Socket(), peer_);
   if (result == platform::kWouldBlock) {
     if (!WaitForSocket(Readiness::kWritable, armed)) return 0;
-    result = platform::ConnectResult(socket_);
+    result = platform::ConnectResult(Socket());
   }
   if (result != 1) return 0;
   flags_ |= kPeerConnected;
@@ -76,24 +76,24 @@ int TConnection::Bind(DWORD address, WORD port) {
 
 int TConnection::Bind(TDestination* address) {
   Arm();
-  if (socket_ == INVALID_SOCKET) return 0;
-  if (bind(socket_, reinterpret_cast<const sockaddr*>(address), sizeof *address) != 0) return 0;
+  if (!socket_.IsOpen()) return 0;
+  if (bind(Socket(), reinterpret_cast<const sockaddr*>(address), sizeof *address) != 0) return 0;
   return OwnAddress(address);
 }
 
 int TConnection::Listen(int backlog) {
-  return socket_ != INVALID_SOCKET && listen(socket_, backlog) == 0 ? 1 : 0;
+  return socket_.IsOpen() && listen(Socket(), backlog) == 0 ? 1 : 0;
 }
 
 std::unique_ptr<TConnection> TConnection::Accept(TDestination* peer) {
   const DWORD armed = Arm();
-  if (socket_ == INVALID_SOCKET) return nullptr;
+  if (!socket_.IsOpen()) return nullptr;
   TDestination from{};
   for (;;) {
     bool wouldBlock = false;
-    const SOCKET accepted = platform::AcceptNow(socket_, &from, &wouldBlock);
-    if (accepted != INVALID_SOCKET) {
-      auto connection = std::make_unique<TConnection>(accepted, timeout_);
+    UniqueSocket accepted(platform::AcceptNow(Socket(), &from, &wouldBlock));
+    if (accepted.IsOpen()) {
+      auto connection = std::make_unique<TConnection>(std::move(accepted), timeout_);
       connection->flags_ |= kPeerConnected;
       connection->peer_ = from;
       connection->continueFlag_ = continueFlag_;
@@ -256,16 +256,16 @@ int TConnection::Send(const char* buffer, int size) {
 int TConnection::SendTo(const char* buffer, int size, DWORD address, WORD port) {
   const DWORD armed = Arm();
   lastWait_ = WaitEnd::kReady;
-  if (socket_ == INVALID_SOCKET || size < 0) return brevant::kTransferFailed;
+  if (!socket_.IsOpen() || size < 0) return brevant::kTransferFailed;
   for (;;) {
-    const int result = platform::SendToNow(socket_, buffer, size, MakeDestination(address, port));
+    const int result = platform::SendToNow(Socket(), buffer, size, MakeDestination(address, port));
     if (result != platform::kWouldBlock) return result;
     if (!WaitForSocket(Readiness::kWritable, armed)) return brevant::kTransferFailed;
   }
 }
 
 int TConnection::OwnAddress(TDestination* address) const {
-  return socket_ != INVALID_SOCKET && platform::OwnAddress(socket_, address) ? 1 : 0;
+  return socket_.IsOpen() && platform::OwnAddress(Socket(), address) ? 1 : 0;
 }
 
 const servent* TConnection::ServiceByName(const char* name, const char* protocol) {
@@ -277,23 +277,23 @@ const servent* TConnection::ServiceByPort(WORD port, const char* protocol) {
 }
 
 void TConnection::FinishSending(DWORD milliseconds) {
-  if (socket_ == INVALID_SOCKET || (flags_ & kPeerConnected) == 0) return;
-  shutdown(socket_, SD_SEND);
+  if (!socket_.IsOpen() || (flags_ & kPeerConnected) == 0) return;
+  shutdown(Socket(), SD_SEND);
   const DWORD end = GetTickCount() + milliseconds;
   std::array<char, 4096> dropped;
   for (;;) {
     const auto remaining = static_cast<LONG>(end - GetTickCount());
     if (remaining <= 0) return;
-    if (!platform::WaitForReadiness(socket_, Readiness::kReadable, static_cast<DWORD>(remaining)))
+    if (!platform::WaitForReadiness(Socket(), Readiness::kReadable, static_cast<DWORD>(remaining)))
       return;
     const int result =
-        platform::ReceiveNow(socket_, dropped.data(), static_cast<int>(dropped.size()));
+        platform::ReceiveNow(Socket(), dropped.data(), static_cast<int>(dropped.size()));
     if (result == 0 || result == SOCKET_ERROR) return;
   }
 }
 
 void TConnection::SendWithoutDelay() {
-  if (socket_ != INVALID_SOCKET) platform::SendWithoutDelay(socket_);
+  if (socket_.IsOpen()) platform::SendWithoutDelay(Socket());
 }
 
 namespace brevant {

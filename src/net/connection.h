@@ -10,12 +10,34 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <utility>
 
 // An endpoint: family 2, port and IPv4 address in network order, 8 zero bytes.
 using TDestination = sockaddr_in;
 
 // State flags of a connection.
 enum TConnectionFlags : DWORD { kSocketOpen = 1, kPeerConnected = 2 };
+
+// Owns a socket. A close is tried again for as long as a call still in progress on another thread
+// keeps the socket from closing.
+class UniqueSocket {
+ public:
+  UniqueSocket() = default;
+  explicit UniqueSocket(SOCKET socket) : socket_(socket) {}
+  UniqueSocket(UniqueSocket&& other) noexcept
+      : socket_(std::exchange(other.socket_, INVALID_SOCKET)) {}
+  UniqueSocket& operator=(UniqueSocket&& other) noexcept {
+    std::swap(socket_, other.socket_);
+    return *this;
+  }
+  ~UniqueSocket();
+
+  SOCKET Get() const { return socket_; }
+  bool IsOpen() const { return socket_ != INVALID_SOCKET; }
+
+ private:
+  SOCKET socket_ = INVALID_SOCKET;
+};
 
 // Addresses are IPv4 in network byte order, ports in host byte order. Operations give 1 for success
 // and 0 for failure unless they say otherwise. Transfers give byte counts, 0 at the peer's end,
@@ -28,8 +50,8 @@ class TConnection {
 
   // Opens a stream socket; Flags() tells whether that succeeded. Arms.
   explicit TConnection(DWORD timeout = kDefaultTimeout);
-  // Adopts an open socket.
-  explicit TConnection(SOCKET socket, DWORD timeout);
+  // Adopts an open socket, or none.
+  TConnection(UniqueSocket socket, DWORD timeout);
   ~TConnection();
   TConnection(const TConnection&) = delete;
   TConnection& operator=(const TConnection&) = delete;
@@ -82,7 +104,7 @@ class TConnection {
   // Small packets leave at once.
   void SendWithoutDelay();
 
-  SOCKET Socket() const { return socket_; }
+  SOCKET Socket() const { return socket_.Get(); }
   DWORD Flags() const { return flags_; }
   const TDestination& Peer() const { return peer_; }
   DWORD Timeout() const { return timeout_; }
@@ -92,7 +114,7 @@ class TConnection {
   brevant::WaitEnd LastWait() const { return lastWait_; }
 
  private:
-  void Adopt(SOCKET socket);
+  void Adopt(UniqueSocket socket);
   DWORD Arm() const { return brevant::ArmDeadline(timeout_); }
   bool WaitForSocket(brevant::platform::Readiness wanted, DWORD armed);
   // One receive into the area given, waiting as long as it takes.
@@ -106,7 +128,7 @@ class TConnection {
   bool NextByte(char* next, DWORD armed);
   void StoreHost(const brevant::platform::HostEntry& entry);
 
-  SOCKET socket_ = INVALID_SOCKET;
+  UniqueSocket socket_;
   TDestination peer_;
   alignas(hostent) std::array<char, 1024> hostArea_{};
   DWORD flags_ = 0;

@@ -121,6 +121,7 @@ int TConnection::Resolve(const char* host) {
   job->dotted = brevant::IsDottedAddress(host);
   if (job->dotted) job->address = brevant::ParseDottedAddress(host);
   const DWORD armed = Arm();
+  lastWait_ = brevant::WaitEnd::kReady;
   if (brevant::platform::RunDetached([job] { brevant::RunLookUp(*job); })) {
     lastWait_ = brevant::WaitUntil(
         [&job](DWORD slice) {
@@ -135,8 +136,11 @@ int TConnection::Resolve(const char* host) {
     StoreHost(job->entry);
     return 1;
   }
-  // An address says where to connect whether or not it has a name.
-  if (!job->dotted) return 0;
+  // An address says where to connect whether or not it has a name; but whoever interrupts the
+  // look-up does not want the connection.
+  const bool givenUp =
+      lastWait_ == brevant::WaitEnd::kInterrupted || lastWait_ == brevant::WaitEnd::kStopped;
+  if (!job->dotted || givenUp) return 0;
   StoreHost({host, {}, {job->address}});
   return 1;
 }

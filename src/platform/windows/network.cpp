@@ -110,7 +110,7 @@ bool WaitForReadiness(SOCKET socket, Readiness wanted, DWORD milliseconds) {
   FD_SET(socket, &ready);
   FD_SET(socket, &failed);  // a refused connection attempt shows here only
   timeval time{static_cast<long>(milliseconds / 1000),
-                     static_cast<long>(milliseconds % 1000 * 1000)};
+               static_cast<long>(milliseconds % 1000 * 1000)};
   const bool reading = wanted == Readiness::kReadable;
   const int result =
       select(0, reading ? &ready : nullptr, reading ? nullptr : &ready, &failed, &time);
