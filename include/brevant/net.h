@@ -126,8 +126,8 @@ class BREVANT_API TProtocol {
   // The task's continue flag, or null: while it is clear, waits end at once with failure. Not
   // owned.
   void SetContinueFlag(const std::atomic<int>* flag);
-  // The time-out in milliseconds of the connections that Connect makes from now on (60,000 at
-  // first). The deadline that it leads to is shared by the whole process and is only ever raised.
+  // The time-out in milliseconds (60,000 at first) of the connection and of those that Connect
+  // makes. The deadline that it leads to is shared by the whole process and is only ever raised.
   void SetTimeout(DWORD milliseconds);
 
   // Where the clients report the server's refusals; null for nowhere.
@@ -138,6 +138,12 @@ class BREVANT_API TProtocol {
   bool Stopped() const { return continueFlag_ != nullptr && continueFlag_->load() == 0; }
   // Notes that the connection is of no use any more.
   void TransferFailed() { status_ &= ~(DWORD{kStatusResourceOpen} | kStatusConnected); }
+  // Whether the continue flag is clear; the transfer has then failed.
+  bool GaveUp() {
+    if (!Stopped()) return false;
+    TransferFailed();
+    return true;
+  }
   // Sends "command argument" and CR LF as one piece; the argument may be null. The count sent; 0,
   // with nothing sent, when a text holds a CR or LF; negative when the connection failed.
   int SendCommandLine(const char* command, const char* argument);
@@ -273,7 +279,8 @@ class BREVANT_API TPOP3 : public TProtocol {
 
   int ReceiveText(char* buffer, int size, bool keepTerminator);
   void ReadFailed();
-  bool FinishReplyLine(std::string_view line);
+  bool ReceiveReplyStandard(char* buffer, int size);
+  int NothingOpened();
   int ReadPlain(char* buffer, int size);
   int ReadStandard(char* buffer, int size);
   bool CountHeaderBytes(int count);

@@ -181,8 +181,9 @@ TTime ParseHeaderDateStandard(std::string_view value) {
   if (time.IsZero()) return TTime::Now();
   if (!date.zone) return time;
   constexpr std::int64_t kTicksPerMinute = 600'000'000;
-  const TTime greenwich =
-      TTime::FromTicks(time.Ticks() - static_cast<std::uint64_t>(*date.zone * kTicksPerMinute));
+  const auto shifted = static_cast<std::int64_t>(time.Ticks()) - *date.zone * kTicksPerMinute;
+  if (shifted <= 0) return time;  // before the first day that a time can have
+  const TTime greenwich = TTime::FromTicks(static_cast<std::uint64_t>(shifted));
   FILETIME local;
   if (!FileTimeToLocalFileTime(&greenwich.FileTime(), &local)) return greenwich;
   return TTime(local);

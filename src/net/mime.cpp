@@ -141,7 +141,7 @@ void TMIMEEnabledPOP3::ProcessDisposition(const char* value) {
     return;
   }
   OwnedText fileName = FindParameter(value, "filename");
-  if (!fileName) return;
+  if (!fileName || fileName->empty()) return;
   partFileName_ = std::move(fileName);
   fileNameFromDisposition_ = true;
 }
@@ -218,8 +218,7 @@ int TMIMEEnabledPOP3::OpenPart() {
       if (boundaries_.empty() && !walking) return partCount_ == 0 ? ReadPartHeader() : 0;
       if (!walking) ClearPartInfo();
       walking = true;
-      if (Stopped()) TransferFailed();
-      if (Stopped() || TPOP3::Read(line.data(), kLineSize) < 1) return 0;
+      if (GaveUp() || TPOP3::Read(line.data(), kLineSize) < 1) return 0;
       if (IsStartBoundary(line.data()) != 0) return ReadPartHeader();
       if (IsEndBoundary(line.data()) == 0) continue;
       boundaries_.pop_back();
@@ -234,8 +233,7 @@ int TMIMEEnabledPOP3::OpenPartStandard() {
   std::array<char, kLineSize> line;
   for (;;) {
     const bool lineStart = AtLineStart();
-    if (Stopped()) TransferFailed();
-    const int count = Stopped() ? 0 : TPOP3::Read(line.data(), kLineSize);
+    const int count = GaveUp() ? 0 : TPOP3::Read(line.data(), kLineSize);
     if (count < 1) return 0;
     bool ends = false;
     const int found =
@@ -266,8 +264,7 @@ int TMIMEEnabledPOP3::ReadPartHeader() {
 
 int TMIMEEnabledPOP3::SkipCurrentPart() {
   std::array<char, kSkipSize> dropped;
-  while (!Stopped() && Read(dropped.data(), kSkipSize) > 0) {
+  while (!GaveUp() && Read(dropped.data(), kSkipSize) > 0) {
   }
-  if (Stopped()) TransferFailed();
   return 1;
 }

@@ -152,8 +152,7 @@ int TMIMEEnabledPOP3::ReadDecoded(char* buffer, int size, DWORD encoding) {
 
 // Decodes the next line; false when there is nothing more to give.
 bool TMIMEEnabledPOP3::DecodeLine(DWORD encoding) {
-  if (Stopped()) TransferFailed();
-  if (Stopped() || PeekAtBoundary() != 0 || !ReadWholeLine(encoding)) {
+  if (GaveUp() || PeekAtBoundary() != 0 || !ReadWholeLine(encoding)) {
     partEnded_ = true;
     FlushBase64();
     return !decoded_.empty();

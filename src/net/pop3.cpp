@@ -17,6 +17,8 @@ namespace {
 
 constexpr int kReplySize = 256;
 constexpr int kStandardReplySize = 1024;
+// A reply of standard mode that goes on beyond this is no reply.
+constexpr int kLongestReply = 65536;
 constexpr DWORD kFarewell = 50;  // milliseconds for what the server still sends after "QUIT"
 
 // The text after the first space; null when there is none.
@@ -89,13 +91,9 @@ int TPOP3::SendCommand(const char* command, const char* argument) {
 
 int TPOP3::GetResponse(char* buffer, int size, int report) {
   std::array<char, kStandardReplySize> line;
-  const int room = StandardMode() ? kStandardReplySize : kReplySize;
-  const int length = ReceiveText(line.data(), room, StandardMode());
-  if (length < 1) return 0;
-  if (StandardMode()) {
-    if (!FinishReplyLine(std::string_view(line.data(), static_cast<std::size_t>(length)))) return 0;
-    line[std::strcspn(line.data(), "\r\n")] = '\0';
-  }
+  const bool received = StandardMode() ? ReceiveReplyStandard(line.data(), kStandardReplySize)
+                                       : ReceiveText(line.data(), kReplySize, false) > 0;
+  if (!received) return 0;
   afterDot_ = false;
   atLineStart_ = true;
   const char* text = AfterSpace(line.data());
@@ -108,20 +106,28 @@ int TPOP3::GetResponse(char* buffer, int size, int report) {
   return 0;
 }
 
-// Drops what is left of an overlong reply line, lest it become the reply to the next command; false
-// when the line was cut off.
-bool TPOP3::FinishReplyLine(std::string_view line) {
+// Keeps the beginning of a reply line and takes all of it, lest the rest become the reply to the
+// next command; false when the line was cut off or has no end.
+bool TPOP3::ReceiveReplyStandard(char* buffer, int size) {
   std::array<char, kReplySize> rest;
-  bool ended = line.ends_with('\n') || line.ends_with('\r');
-  bool full = static_cast<int>(line.size()) >= kStandardReplySize - 2;
-  while (!ended && full && !Stopped()) {
-    const int more =
-        Guarded(-1, [&] { return connection_->ReceivePiece(rest.data(), kReplySize); });
-    full = more == kReplySize - 1;
-    ended = more > 0 && rest[static_cast<std::size_t>(more) - 1] == '\n';
+  const auto receive = [this](char* piece, int room) {
+    return connection_ == nullptr
+               ? -1
+               : Guarded(-1, [&] { return connection_->ReceivePiece(piece, room); });
+  };
+  int room = size;
+  int count = receive(buffer, room);
+  int taken = count;
+  bool ended = count > 0 && buffer[count - 1] == '\n';
+  while (!ended && count == room - 1 && taken < kLongestReply && !Stopped()) {
+    room = kReplySize;
+    count = receive(rest.data(), room);
+    taken += count;
+    ended = count > 0 && rest[static_cast<std::size_t>(count) - 1] == '\n';
   }
   if (!ended) TransferFailed();
-  return ended;
+  if (ended) buffer[std::strcspn(buffer, "\r\n")] = '\0';
+  return ended && buffer[0] != '\0';
 }
 
 int TPOP3::GetFirst() {
@@ -149,13 +155,19 @@ int TPOP3::GetInfo(LONG number) {
     resourceTime_ = TTime::Now();  // a mail without a date must not keep that of the one before
     const std::string argument = std::to_string(number) + " 0";
     if (SendCommand("TOP", argument.c_str()) < 1) return 0;
-    if (GetResponse(nullptr, 0, number <= count_ ? 1 : 0) == 0) return 0;
+    if (GetResponse(nullptr, 0, number <= count_ ? 1 : 0) == 0) return NothingOpened();
     const HeaderEnd end = ReadHeader();
     if (end == HeaderEnd::kBlankLine) SkipReply();
     const bool failed = end == HeaderEnd::kFailed || (status_ & kStatusConnected) == 0;
     atEnd_ = true;  // no message is open
     return failed && StandardMode() ? 0 : 1;
   });
+}
+
+// Without a message nothing is left to read: no read may wait for one.
+int TPOP3::NothingOpened() {
+  atEnd_ = true;
+  return 0;
 }
 
 int TPOP3::SkipReply() {
@@ -195,7 +207,8 @@ int TPOP3::OpenCurrent(int mode) {
 int TPOP3::Retrieve(const char* number) {
   return Guarded(0, [&] {
     resourceTime_ = TTime::Now();
-    if (SendCommand("RETR", number) < 1 || GetResponse(nullptr, 0, 1) == 0) return 0;
+    if (SendCommand("RETR", number) < 1) return 0;
+    if (GetResponse(nullptr, 0, 1) == 0) return NothingOpened();
     if (ReadHeader() == HeaderEnd::kFailed) return 0;
     status_ |= kStatusResourceOpen;
     return 1;

@@ -208,7 +208,10 @@ void TProtocol::SetContinueFlag(const std::atomic<int>* flag) {
   if (connection_ != nullptr) connection_->SetContinueFlag(flag);
 }
 
-void TProtocol::SetTimeout(DWORD milliseconds) { timeout_ = milliseconds; }
+void TProtocol::SetTimeout(DWORD milliseconds) {
+  timeout_ = milliseconds;
+  if (connection_ != nullptr) connection_->SetTimeout(milliseconds);
+}
 
 int TProtocol::SendCommandLine(const char* command, const char* argument) {
   if (!IsOneLine(command) || (argument != nullptr && !IsOneLine(argument))) return 0;
