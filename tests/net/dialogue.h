@@ -19,8 +19,8 @@ struct DialogueStep {
 
 struct DialogueCase {
   std::string protocol;
-  DWORD status = 0;     // status bits set before Connect
-  DWORD timeout = 150;  // milliseconds
+  DWORD status = 0;       // status bits set before Connect
+  DWORD timeout = 20000;  // milliseconds
   std::vector<std::string> messages;
   std::vector<std::string> options;  // for the server's personality
   std::vector<Deviation> deviations;
@@ -28,7 +28,7 @@ struct DialogueCase {
   bool checksClient = false;
   std::string client;                // the exact bytes that the client must have sent
   std::vector<std::string> history;  // the exact history lines
-  long within = 20000;               // milliseconds for all steps
+  long within = 60000;               // milliseconds for all steps
   int left = -1;                     // messages left on the server; -1: not looked at
 };
 

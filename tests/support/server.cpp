@@ -105,7 +105,10 @@ class LoopbackServer::Conversation {
     if (deviation.silent) bytes.clear();
     const bool drop = deviation.dropAfter >= 0;
     if (drop) bytes.resize(std::min(bytes.size(), static_cast<std::size_t>(deviation.dropAfter)));
-    if (!Send(bytes, deviation.dribble)) return false;
+    const std::string_view all = bytes;
+    const std::size_t burst = std::min(all.size(), static_cast<std::size_t>(deviation.burst));
+    if (!Send(all.substr(0, burst), -1)) return false;
+    if (!Send(all.substr(burst), deviation.dribble)) return false;
     if (drop) {
       if (deviation.reset) ResetOnClose();
       return false;

@@ -43,6 +43,7 @@ struct Deviation {
   std::string reply;      //
   int delay = 0;          // milliseconds before the answer
   int dribble = -1;       // milliseconds between single bytes; -1: all at once
+  long burst = 0;         // so many bytes go out at once before the dribble begins
   long dropAfter = -1;    // close after this many bytes of the answer
   bool reset = false;     // ... and close with a reset
   bool silent = false;    // no answer at all
@@ -50,10 +51,12 @@ struct Deviation {
   long flood = 0;         // bytes of reply, repeated, before the answer
 };
 
-// Reads one deviation from text: COMMAND N ACTION, where N is a number or "*" and ACTION is one of
+// Reads one deviation from text: COMMAND N ACTION, where N is a number or "*" and ACTION is one or
+// more of
 //   reply "TEXT"       this instead of the proper answer (escapes \r \n \t \\ \" \xHH)
 //   delay MS           later
 //   dribble MS         byte by byte
+//   burst N            the first N bytes of what is dribbled at once
 //   drop N             closed after N bytes of the answer; reset N: with a reset
 //   silent             no answer
 //   endless            the answer without its last line end
@@ -117,7 +120,7 @@ class LoopbackServer {
   int Accepted() const { return accepted_; }
   int Finished() const { return finished_; }
   // Waits until as many clients have gone; false when that takes longer than milliseconds.
-  bool WaitUntilFinished(int clients, int milliseconds = 2000) const;
+  bool WaitUntilFinished(int clients, int milliseconds = 20000) const;
   // Ends all conversations and the threads. Called by the destructor, and by that of a derived
   // class whose members the sessions use.
   void Stop();

@@ -92,33 +92,46 @@ std::string Quote(std::string_view bytes) {
   return result += '"';
 }
 
+namespace {
+
+void ParseAction(const std::string& action, Words& words, Deviation* deviation) {
+  if (action == "reply") {
+    deviation->replaced = true;
+    deviation->reply = words.Quoted();
+  } else if (action == "delay") {
+    deviation->delay = static_cast<int>(words.Number());
+  } else if (action == "dribble") {
+    deviation->dribble = static_cast<int>(words.Number());
+  } else if (action == "burst") {
+    deviation->burst = words.Number();
+  } else if (action == "drop" || action == "reset") {
+    deviation->dropAfter = words.Number();
+    deviation->reset = action == "reset";
+  } else if (action == "silent") {
+    deviation->silent = true;
+  } else if (action == "endless") {
+    deviation->endless = true;
+  } else if (action == "flood") {
+    deviation->flood = words.Number();
+    deviation->reply = words.Quoted();
+  } else {
+    throw std::runtime_error("no deviation: " + action);
+  }
+}
+
+}  // namespace
+
 Deviation ParseDeviation(std::string_view text) {
   Words words(text);
   Deviation deviation;
   deviation.command = words.Next();
   const std::string occurrence = words.Next();
   if (occurrence != "*") deviation.occurrence = static_cast<int>(Words(occurrence).Number());
-  const std::string action = words.Next();
-  if (action == "reply") {
-    deviation.replaced = true;
-    deviation.reply = words.Quoted();
-  } else if (action == "delay") {
-    deviation.delay = static_cast<int>(words.Number());
-  } else if (action == "dribble") {
-    deviation.dribble = static_cast<int>(words.Number());
-  } else if (action == "drop" || action == "reset") {
-    deviation.dropAfter = words.Number();
-    deviation.reset = action == "reset";
-  } else if (action == "silent") {
-    deviation.silent = true;
-  } else if (action == "endless") {
-    deviation.endless = true;
-  } else if (action == "flood") {
-    deviation.flood = words.Number();
-    deviation.reply = words.Quoted();
-  } else {
-    throw std::runtime_error("no deviation: " + std::string(text));
-  }
+  std::string action = words.Next();
+  do {
+    ParseAction(action, words, &deviation);
+    action = words.Next();
+  } while (!action.empty());
   return deviation;
 }
 

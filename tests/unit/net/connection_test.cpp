@@ -13,7 +13,10 @@ namespace {
 using brevant::WaitEnd;
 using test::BlackHole;
 using test::ConnectToPort;
+using test::kAbortBound;
 using test::kLoopback;
+using test::kNoHang;
+using test::kPatience;
 using test::kShortTimeout;
 using test::LoopbackListener;
 using test::Stopwatch;
@@ -31,7 +34,7 @@ TEST_F(ConnectionTest, NewConnectionHasAnOpenSocketAndSixtySeconds) {
 
 TEST_F(ConnectionTest, ConnectSetsThePeerRecordAndTheFlag) {
   TalkingServer server("");
-  TConnection connection(kShortTimeout);
+  TConnection connection(kPatience);
   EXPECT_EQ(connection.Connect(kLoopback, server.Port()), 1);
   EXPECT_EQ(connection.Flags(), DWORD{kSocketOpen | kPeerConnected});
   EXPECT_EQ(connection.Peer().sin_family, 2);
@@ -44,7 +47,7 @@ TEST_F(ConnectionTest, ConnectToAClosedPortFailsAtOnce) {
   const Stopwatch watch;
   EXPECT_EQ(connection.Connect(kLoopback, test::UnusedPort()), 0);
   EXPECT_EQ(connection.Flags(), DWORD{kSocketOpen});
-  EXPECT_LT(watch.Milliseconds(), 5000);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, ConnectWithoutAnAnswerEndsAtTheTimeout) {
@@ -55,12 +58,12 @@ TEST_F(ConnectionTest, ConnectWithoutAnAnswerEndsAtTheTimeout) {
   EXPECT_EQ(connection.Connect(kLoopback, hole.Port()), 0);
   EXPECT_EQ(connection.LastWait(), WaitEnd::kTimedOut);
   EXPECT_GE(watch.Milliseconds(), static_cast<long>(kShortTimeout) - 20);
-  EXPECT_LT(watch.Milliseconds(), 2000);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, ConnectAgainUsesTheStoredPeer) {
   const WORD port = test::UnusedPort();
-  TConnection connection(kShortTimeout);
+  TConnection connection(kPatience);
   ASSERT_EQ(connection.Connect(kLoopback, port), 0);
   LoopbackListener listener(port);
   // Some systems report the failure before once more first.
@@ -76,13 +79,13 @@ TEST_F(ConnectionTest, ConnectAgainWithoutAPeerFails) {
 TEST_F(ConnectionTest, ConnectToADestination) {
   TalkingServer server("");
   TDestination destination = ConnectToPort(server.Port())->Peer();
-  EXPECT_NE(brevant::ConnectTo(destination, kShortTimeout, nullptr), nullptr);
+  EXPECT_NE(brevant::ConnectTo(destination, kPatience, nullptr), nullptr);
   destination.sin_port = htons(test::UnusedPort());
-  EXPECT_EQ(brevant::ConnectTo(destination, kShortTimeout, nullptr), nullptr);
+  EXPECT_EQ(brevant::ConnectTo(destination, kPatience, nullptr), nullptr);
 }
 
 TEST_F(ConnectionTest, BindFillsTheRecordWithTheAddressBound) {
-  TConnection listener(kShortTimeout);
+  TConnection listener(kPatience);
   TDestination address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = kLoopback;
@@ -95,12 +98,12 @@ TEST_F(ConnectionTest, BindFillsTheRecordWithTheAddressBound) {
 
 TEST_F(ConnectionTest, BindToAnAddressInUseFails) {
   LoopbackListener other;
-  TConnection listener(kShortTimeout);
+  TConnection listener(kPatience);
   EXPECT_EQ(listener.Bind(kLoopback, other.Port()), 0);
 }
 
 TEST_F(ConnectionTest, AcceptGivesAConnectedConnection) {
-  TConnection listener(kShortTimeout);
+  TConnection listener(kPatience);
   TDestination address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = kLoopback;
@@ -111,7 +114,7 @@ TEST_F(ConnectionTest, AcceptGivesAConnectedConnection) {
   const auto accepted = listener.Accept(&peer);
   ASSERT_NE(accepted, nullptr);
   EXPECT_EQ(accepted->Flags(), DWORD{kSocketOpen | kPeerConnected});
-  EXPECT_EQ(accepted->Timeout(), kShortTimeout);
+  EXPECT_EQ(accepted->Timeout(), kPatience);
   TDestination own{};
   client->OwnAddress(&own);
   EXPECT_EQ(peer.sin_port, own.sin_port);
@@ -130,11 +133,11 @@ TEST_F(ConnectionTest, AcceptEndsAtTheTimeout) {
   ASSERT_EQ(listener.Listen(1), 1);
   const Stopwatch watch;
   EXPECT_EQ(listener.Accept(nullptr), nullptr);
-  EXPECT_LT(watch.Milliseconds(), 2000);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, ListenWithoutASocketFails) {
-  TConnection connection(INVALID_SOCKET, kShortTimeout);
+  TConnection connection(UniqueSocket(), kPatience);
   EXPECT_EQ(connection.Listen(1), 0);
 }
 
@@ -148,13 +151,13 @@ TEST_F(ConnectionTest, ReceiveGivesZeroAtTheEnd) {
 
 TEST_F(ConnectionTest, ReceiveGivesNegativeAtTheTimeout) {
   TalkingServer server("");
-  const auto connection = ConnectToPort(server.Port());
+  const auto connection = ConnectToPort(server.Port(), kShortTimeout);
   std::array<char, 16> buffer{};
   const Stopwatch watch;
   EXPECT_LT(connection->Receive(buffer.data(), 16), 0);
   EXPECT_EQ(connection->LastWait(), WaitEnd::kTimedOut);
   EXPECT_GE(watch.Milliseconds(), static_cast<long>(kShortTimeout) - 30);
-  EXPECT_LT(watch.Milliseconds(), 2000);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, ReadyDataIsNotDelayedBySlices) {
@@ -185,7 +188,7 @@ TEST_F(ConnectionTest, PeekTakesNothing) {
 
 TEST_F(ConnectionTest, PeekAheadWaitsForAllBytesThatItLooksAt) {
   TalkingServer server("--boundary\r\n", {"GREETING 1 dribble 5"});
-  const auto connection = ConnectToPort(server.Port(), 5000);
+  const auto connection = ConnectToPort(server.Port());
   std::array<char, 16> buffer{};
   EXPECT_EQ(connection->PeekAhead(buffer.data(), 10), 10);
   EXPECT_STREQ(buffer.data(), "--boundary");
@@ -197,7 +200,7 @@ TEST_F(ConnectionTest, PeekAheadEndsAtALineFeed) {
   std::array<char, 16> buffer{};
   const Stopwatch watch;
   EXPECT_EQ(connection->PeekAhead(buffer.data(), 10), 3);
-  EXPECT_LT(watch.Milliseconds(), 100);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, PeekAheadEndsWhenThePeerCloses) {
@@ -211,7 +214,7 @@ TEST_F(ConnectionTest, SendGivesTheCount) {
   TalkingServer server("");
   const auto connection = ConnectToPort(server.Port());
   EXPECT_EQ(connection->Send("one\r\n", 5), 5);
-  for (int i = 0; i < 200 && server.Server().Transcript() != "one\r\n"; ++i) Sleep(5);
+  for (int i = 0; i < 2000 && server.Server().Transcript() != "one\r\n"; ++i) Sleep(5);
   EXPECT_EQ(server.Server().Transcript(), "one\r\n");
 }
 
@@ -228,7 +231,7 @@ TEST_F(ConnectionTest, SendToAPeerThatIsGoneFailsWithoutASignal) {
 
 TEST_F(ConnectionTest, SendToAPeerThatReadsNothingEndsAtTheTimeout) {
   LoopbackListener listener;
-  const auto connection = ConnectToPort(listener.Port());
+  const auto connection = ConnectToPort(listener.Port(), kShortTimeout);
   const std::string block(1 << 20, 'x');
   int result = 1;
   const Stopwatch watch;
@@ -238,11 +241,11 @@ TEST_F(ConnectionTest, SendToAPeerThatReadsNothingEndsAtTheTimeout) {
   }
   EXPECT_EQ(result, -1);
   EXPECT_EQ(connection->LastWait(), WaitEnd::kTimedOut);
-  EXPECT_LT(watch.Milliseconds(), 5000);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, OperationsWithoutASocketFail) {
-  TConnection connection(INVALID_SOCKET, kShortTimeout);
+  TConnection connection(UniqueSocket(), kPatience);
   std::array<char, 16> buffer{};
   EXPECT_EQ(connection.Connect(kLoopback, 1), 0);
   EXPECT_EQ(connection.Bind(kLoopback, 0), 0);
@@ -257,7 +260,7 @@ TEST_F(ConnectionTest, OperationsWithoutASocketFail) {
 
 TEST_F(ConnectionTest, InterruptFromAnotherThreadEndsAReceive) {
   TalkingServer server("");
-  const auto connection = ConnectToPort(server.Port(), 30000);
+  const auto connection = ConnectToPort(server.Port());
   std::atomic<long> interruptedAt{0};
   const Stopwatch watch;
   std::thread other([&] {
@@ -269,7 +272,7 @@ TEST_F(ConnectionTest, InterruptFromAnotherThreadEndsAReceive) {
   EXPECT_LT(connection->Receive(buffer.data(), 16), 0);
   EXPECT_EQ(connection->LastWait(), WaitEnd::kInterrupted);
   std::printf("receive ended %ld ms after the interrupt\n", watch.Milliseconds() - interruptedAt);
-  EXPECT_LT(watch.Milliseconds() - interruptedAt, 2000);
+  EXPECT_LT(watch.Milliseconds() - interruptedAt, kAbortBound);
   other.join();
 }
 
@@ -290,22 +293,45 @@ TEST_F(ConnectionTest, ContinueFlagFromAnotherThreadEndsEveryWait) {
     other.join();
     std::printf("%s ended %ld ms after the flag was cleared\n", name, delay);
     EXPECT_GE(watch.Milliseconds(), 40);
-    EXPECT_LT(delay, 2000);
+    EXPECT_LT(delay, kAbortBound);
   };
   measure("receive", [&](std::atomic<int>* flag) {
-    const auto connection = ConnectToPort(server.Port(), 30000);
+    const auto connection = ConnectToPort(server.Port());
     connection->SetContinueFlag(flag);
     std::array<char, 16> buffer{};
     EXPECT_LT(connection->Receive(buffer.data(), 16), 0);
     EXPECT_EQ(connection->LastWait(), WaitEnd::kStopped);
   });
+  measure("receive line", [&](std::atomic<int>* flag) {
+    const auto connection = ConnectToPort(server.Port());
+    connection->SetContinueFlag(flag);
+    std::array<char, 16> buffer{};
+    EXPECT_EQ(connection->ReceiveLine(buffer.data(), 16, true), -1);
+  });
+  measure("look-ahead", [&](std::atomic<int>* flag) {
+    const auto connection = ConnectToPort(server.Port());
+    connection->SetContinueFlag(flag);
+    std::array<char, 16> buffer{};
+    EXPECT_EQ(connection->PeekAhead(buffer.data(), 16), 0);
+  });
+  measure("send", [&](std::atomic<int>* flag) {
+    LoopbackListener listener;
+    const auto connection = ConnectToPort(listener.Port());
+    connection->SetContinueFlag(flag);
+    const std::string block(1 << 20, 'x');
+    int result = 1;
+    for (int i = 0; i < 100 && result > 0; ++i)
+      result = connection->Send(block.data(), static_cast<int>(block.size()));
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(connection->LastWait(), WaitEnd::kStopped);
+  });
   measure("connect", [&](std::atomic<int>* flag) {
-    TConnection connection(30000);
+    TConnection connection(kPatience);
     connection.SetContinueFlag(flag);
     EXPECT_EQ(connection.Connect(kLoopback, hole.Port()), 0);
   });
   measure("accept", [&](std::atomic<int>* flag) {
-    TConnection listener(30000);
+    TConnection listener(kPatience);
     ASSERT_EQ(listener.Bind(kLoopback, 0), 1);
     ASSERT_EQ(listener.Listen(1), 1);
     listener.SetContinueFlag(flag);
@@ -314,12 +340,12 @@ TEST_F(ConnectionTest, ContinueFlagFromAnotherThreadEndsEveryWait) {
 }
 
 TEST_F(ConnectionTest, FinishSendingDropsWhatArrivesForAWhileOnly) {
-  TalkingServer server("endless", {"GREETING 1 flood 100000000 \"xxxxxxxxxx\""});
+  TalkingServer server("endless", {"GREETING 1 flood 2000000000 \"xxxxxxxxxx\""});
   const auto connection = ConnectToPort(server.Port());
   const Stopwatch watch;
   connection->FinishSending(50);
   EXPECT_GE(watch.Milliseconds(), 40);
-  EXPECT_LT(watch.Milliseconds(), 1000);
+  EXPECT_LT(watch.Milliseconds(), kAbortBound);
 }
 
 TEST_F(ConnectionTest, FinishSendingEndsWithThePeer) {
@@ -328,8 +354,8 @@ TEST_F(ConnectionTest, FinishSendingEndsWithThePeer) {
   const std::atomic<int> flag{0};
   connection->SetContinueFlag(&flag);
   const Stopwatch watch;
-  connection->FinishSending(5000);
-  EXPECT_LT(watch.Milliseconds(), 2000);
+  connection->FinishSending(kPatience);
+  EXPECT_LT(watch.Milliseconds(), kNoHang);
 }
 
 TEST_F(ConnectionTest, ServicesAreFoundByNameAndPort) {
@@ -344,7 +370,7 @@ TEST_F(ConnectionTest, ServicesAreFoundByNameAndPort) {
 }
 
 TEST_F(ConnectionTest, ResolvesADottedAddress) {
-  TConnection connection(2000);
+  TConnection connection(kPatience);
   ASSERT_EQ(connection.Resolve("127.0.0.1"), 1);
   EXPECT_EQ(connection.HostAddress(), kLoopback);
   const hostent* host = connection.Host();
@@ -361,7 +387,7 @@ TEST_F(ConnectionTest, ADottedAddressWithoutANameIsKeptAllTheSame) {
 }
 
 TEST_F(ConnectionTest, ResolvesAName) {
-  TConnection connection(2000);
+  TConnection connection(kPatience);
   ASSERT_EQ(connection.Resolve("localhost"), 1);
   EXPECT_EQ(connection.HostAddress(), kLoopback);
 }
@@ -375,12 +401,67 @@ TEST_F(ConnectionTest, AnUnknownNameIsNotFound) {
 }
 
 TEST_F(ConnectionTest, ALookUpWaitsForNothingWhileTheFlagIsClear) {
-  TConnection connection(30000);
+  TConnection connection(kPatience);
   const std::atomic<int> flag{0};
   connection.SetContinueFlag(&flag);
   const Stopwatch watch;
   connection.Resolve("no-such-host.invalid");
-  EXPECT_LT(watch.Milliseconds(), 2000);
+  EXPECT_LT(watch.Milliseconds(), kAbortBound);
+}
+
+TEST_F(ConnectionTest, AStoppedLookUpOfADottedAddressFails) {
+  TConnection connection(kPatience);
+  const std::atomic<int> flag{0};
+  connection.SetContinueFlag(&flag);
+  const int resolved = connection.Resolve("192.0.2.77");
+  // Only a look-up that was over before anybody could wait for it counts.
+  EXPECT_EQ(resolved, connection.LastWait() == WaitEnd::kReady ? 1 : 0);
+}
+
+TEST_F(ConnectionTest, TheHostEntryIsOneFlatBlock) {
+  TConnection connection(kPatience);
+  ASSERT_EQ(connection.Resolve("localhost"), 1);
+  const hostent* host = connection.Host();
+  const auto* start = reinterpret_cast<const char*>(host);
+  const auto inside = [start](const void* place) {
+    const auto* at = static_cast<const char*>(place);
+    return at > start && at < start + 1024;
+  };
+  EXPECT_TRUE(inside(host->h_name));
+  EXPECT_TRUE(inside(host->h_aliases));
+  for (char** alias = host->h_aliases; *alias != nullptr; ++alias) EXPECT_TRUE(inside(*alias));
+  EXPECT_TRUE(inside(host->h_addr_list));
+  ASSERT_NE(host->h_addr_list[0], nullptr);
+  for (char** address = host->h_addr_list; *address != nullptr; ++address)
+    EXPECT_TRUE(inside(*address));
+}
+
+TEST_F(ConnectionTest, NoSocketOutlivesItsConnection) {
+  // More than a process may have open at once.
+  for (int i = 0; i < 3000; ++i) {
+    const TConnection connection;
+    ASSERT_EQ(connection.Flags(), DWORD{kSocketOpen}) << i;
+  }
+}
+
+TEST_F(ConnectionTest, SendToOnAConnectedSocketReachesItsPeer) {
+  TalkingServer server("");
+  const auto connection = ConnectToPort(server.Port());
+  EXPECT_EQ(connection->SendTo("one\r\n", 5, kLoopback, server.Port()), 5);
+  for (int i = 0; i < 2000 && server.Server().Transcript() != "one\r\n"; ++i) Sleep(5);
+  EXPECT_EQ(server.Server().Transcript(), "one\r\n");
+}
+
+TEST_F(ConnectionTest, PeekGivesZeroAtTheEnd) {
+  TalkingServer server("x", {"GREETING 1 drop 0"});
+  const auto connection = ConnectToPort(server.Port());
+  char byte = 0;
+  EXPECT_EQ(connection->Peek(&byte, 1), 0);
+}
+
+TEST_F(ConnectionTest, TheNetworkIsStartedAndStopped) {
+  EXPECT_EQ(brevant::StartNetwork(), 1);
+  EXPECT_EQ(brevant::StopNetwork(), 1);
 }
 
 }  // namespace

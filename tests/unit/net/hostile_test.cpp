@@ -25,6 +25,8 @@ class HostileTest : public test::NetTest, public ::testing::WithParamInterface<D
     Mailbox<Mime> mailbox({message}, mode, options);
     mailbox.client.GetFirst();
     Result result;
+    // Without standard mode some of these end by silence only.
+    mailbox.ExpectSilence(1000);
     if (mailbox.client.OpenCurrent(1) == 0) return result;
     const Stopwatch watch;
     while (mailbox.client.OpenPart() != 0) {
@@ -36,7 +38,7 @@ class HostileTest : public test::NetTest, public ::testing::WithParamInterface<D
         break;
       }
     }
-    EXPECT_LT(watch.Milliseconds(), 20000);
+    EXPECT_LT(watch.Milliseconds(), 60000);
     return result;
   }
 };
@@ -141,7 +143,7 @@ TEST(HostileServer, FloodsInsteadOfReplies) {
     Mailbox<TPOP3> mailbox({"Subject: s\n\n"}, kStatusStandardMode, options);
     if (mailbox.connected == 1) mailbox.client.GetFirst();
     mailbox.client.Disconnect();
-    EXPECT_LT(watch.Milliseconds(), 10000);
+    EXPECT_LT(watch.Milliseconds(), 60000);
   }
   brevant::StopNetwork();
 }

@@ -88,6 +88,10 @@ TEST_F(MimeStandardTest, EveryNameIsAFileName) {
   EXPECT_EQ(client.PartFileName(), nullptr);
   Process(client, "Content-Disposition", "x-odd; filename=odd.txt");
   EXPECT_STREQ(client.PartFileName(), "odd.txt");
+  client.ClearPartInfo();
+  Process(client, "Content-Type", "image/gif; name=type.gif");
+  Process(client, "Content-Disposition", "attachment; filename=\"\"");
+  EXPECT_STREQ(client.PartFileName(), "type.gif") << "an empty name is none";
 }
 
 TEST_F(MimeStandardTest, CharsetInAnyForm) {

@@ -14,7 +14,14 @@
 
 namespace test {
 
+// A time-out for operations that must reach it.
 inline constexpr DWORD kShortTimeout = 150;
+// A time-out for operations that must not, however busy the machine is; and what no operation that
+// does not wait for it may take, in milliseconds.
+inline constexpr DWORD kPatience = 30000;
+inline constexpr long kNoHang = 15000;
+// What an abort may take at most.
+inline constexpr long kAbortBound = 2000;
 inline constexpr DWORD kLoopback = 0x0100007F;  // 127.0.0.1 in network byte order
 
 // Milliseconds since it was made.
@@ -60,18 +67,25 @@ class TalkingServer {
   LoopbackServer server_;
 };
 
-// A connection to a server on this machine, with a short time-out.
-std::unique_ptr<TConnection> ConnectToPort(WORD port, DWORD timeout = kShortTimeout);
+// A connection to a server on this machine.
+std::unique_ptr<TConnection> ConnectToPort(WORD port, DWORD timeout = kPatience);
 
 // A mailbox and a client that is logged into it. Client is TPOP3 or TMIMEEnabledPOP3.
 template <class Client>
 struct Mailbox {
-  explicit Mailbox(std::vector<std::string> messages, DWORD status = 0, Pop3Options options = {})
+  explicit Mailbox(std::vector<std::string> messages, DWORD status = 0, Pop3Options options = {},
+                   DWORD timeout = kPatience)
       : server(std::move(messages), std::move(options)) {
     client.Status() |= status;
-    client.SetTimeout(kShortTimeout);
+    client.SetTimeout(timeout);
     const TSecurityInfos security("user", "secret");
     connected = client.Connect("127.0.0.1", security, server.Port());
+  }
+
+  // From here on waits are expected to end at their time-out.
+  void ExpectSilence(DWORD timeout = kShortTimeout) {
+    client.SetTimeout(timeout);
+    brevant::ResetDeadline();
   }
 
   Pop3Server server;

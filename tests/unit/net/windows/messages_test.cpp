@@ -31,7 +31,7 @@ class MessagesTest : public test::NetTest {
 TEST_F(MessagesTest, APostedMessageIsDispatchedDuringAReceive) {
   ASSERT_NE(window_, nullptr);
   test::TalkingServer server("");
-  const auto connection = test::ConnectToPort(server.Port());
+  const auto connection = test::ConnectToPort(server.Port(), test::kShortTimeout);
   PostMessageA(window_, WM_APP, 0, 0);
   std::array<char, 8> buffer;
   EXPECT_LT(connection->Receive(buffer.data(), 8), 0);
@@ -49,7 +49,7 @@ TEST_F(MessagesTest, APostedMessageIsDispatchedDuringAConnect) {
 
 TEST_F(MessagesTest, TheRequestToQuitReachesTheHost) {
   test::TalkingServer server("");
-  const auto connection = test::ConnectToPort(server.Port());
+  const auto connection = test::ConnectToPort(server.Port(), test::kShortTimeout);
   PostQuitMessage(7);
   std::array<char, 8> buffer;
   EXPECT_LT(connection->Receive(buffer.data(), 8), 0);
