@@ -66,6 +66,16 @@ TEST_F(Stream, OpenFailures) {
   EXPECT_FALSE(other.IsOpen());
 }
 
+TEST_F(Stream, OnlyTheCreateArgumentCreates) {
+  Fill("abc");
+  stream_.Close();
+  stream_.Open(storage_.Interface(), "S", kReadWrite | kCreate, 0, kExclusive);
+  stream_.Open(storage_.Interface(), "S", kReadWrite, 0, kExclusive | kCreate);
+  stream_.Close();
+  ASSERT_EQ(stream_.Open(storage_.Interface(), "S", kReadWrite, 0, kExclusive), 1);
+  EXPECT_EQ(stream_.Size(), 3U) << "opened or refused, never emptied";
+}
+
 TEST_F(Stream, CloseResetsSizeAndPosition) {
   Fill("abc");
   EXPECT_EQ(stream_.Close(), 1);
