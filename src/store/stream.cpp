@@ -34,8 +34,9 @@ int TStream::Open(IStorage* parent, const char* name, int access, int create, in
     const DWORD mode =
         static_cast<DWORD>(access) | static_cast<DWORD>(create) | static_cast<DWORD>(share);
     auto counter = brevant::FindWriteCounter(parent);
+    if (counter != nullptr) counter = std::make_shared<brevant::WriteCounter>(std::move(counter));
     IStream* stream = nullptr;
-    const HRESULT result = (mode & STGM_CREATE) != 0
+    const HRESULT result = (static_cast<DWORD>(create) & STGM_CREATE) != 0
                                ? parent->CreateStream(wide.c_str(), mode, 0, 0, &stream)
                                : parent->OpenStream(wide.c_str(), nullptr, mode, 0, &stream);
     if (FAILED(result)) return 0;
@@ -123,9 +124,9 @@ int TStream::Write(const char* buffer, int count) {
     RestorePosition();
     return -1;
   }
+  if (counter_ != nullptr) counter_->AddWrite(position_, static_cast<DWORD>(done));
   position_ += static_cast<DWORD>(done);
   size_ = std::max(size_, position_);
-  if (counter_ != nullptr) counter_->Add(done);
   return static_cast<int>(done);
 }
 
@@ -145,6 +146,9 @@ LONG TStream::Seek(LONG offset, int origin) {
 
 int TStream::SetSize(DWORD size) {
   if (!IsOpen()) return 0;
+  // A new size is a change like any other, although no byte goes with it: who asks whether there is
+  // something to commit must learn of it.
+  if (size != size_ && counter_ != nullptr) counter_->AddWrite(size, 1);
   size_ = size;
   ULARGE_INTEGER wanted;
   wanted.QuadPart = size;

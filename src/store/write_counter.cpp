@@ -1,5 +1,6 @@
 #include "store/write_counter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -23,6 +24,27 @@ Registry& TheRegistry() {
 }
 
 }  // namespace
+
+void WriteCounter::AddWrite(DWORD position, DWORD bytes) {
+  const std::uint64_t begin = position;
+  const std::uint64_t end = begin + bytes;
+  const std::uint64_t commit = file_->commits_;
+  if (stretchCommit_ != commit) {
+    stretchCommit_ = commit;
+    stretchBegin_ = stretchEnd_ = begin;
+  }
+  if (begin > stretchEnd_ || end < stretchBegin_) {
+    file_->Add(bytes);
+    if (bytes <= stretchEnd_ - stretchBegin_) return;
+    stretchBegin_ = begin;
+    stretchEnd_ = end;
+    return;
+  }
+  const std::uint64_t known = stretchEnd_ - stretchBegin_;
+  stretchBegin_ = std::min(stretchBegin_, begin);
+  stretchEnd_ = std::max(stretchEnd_, end);
+  file_->Add(stretchEnd_ - stretchBegin_ - known);
+}
 
 std::shared_ptr<WriteCounter> FindWriteCounter(IStorage* storage) {
   Registry& registry = TheRegistry();

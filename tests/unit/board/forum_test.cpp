@@ -174,42 +174,6 @@ TEST_F(Forum, OpenMessageFailures) {
   EXPECT_EQ(forum_.OpenMessage(1, nullptr), 0);
 }
 
-TEST_F(Forum, SeventeenthInsertionLeavesSixteen) {
-  for (int i = 1; i <= 17; ++i) EXPECT_EQ(Insert(forum_, "x"), static_cast<DWORD>(i));
-  EXPECT_EQ(First(), 2);
-  EXPECT_EQ(Last(), 17);
-  EXPECT_EQ(Count(), 16);
-  EXPECT_EQ(Rows(forum_).size(), 16U);
-  TMail gone;
-  EXPECT_EQ(forum_.OpenMessage(1, &gone), 0);
-  Insert(forum_, "x");
-  EXPECT_EQ(First(), 3);
-  EXPECT_EQ(Count(), 16);
-}
-
-TEST_F(Forum, TrimsOneMessageOnlyWhenTheLimitWasLowered) {
-  for (int i = 0; i < 5; ++i) Insert(forum_, "x");
-  forum_.Number("Max Message Count", 2);
-  Insert(forum_, "x");
-  EXPECT_EQ(Indices(forum_), (std::vector<DWORD>{2, 3, 4, 5, 6}));
-  EXPECT_EQ(Count(), 5);
-}
-
-TEST_F(Forum, ForumForNoMessagesTakesNone) {
-  forum_.Number("Max Message Count", 0);
-  EXPECT_EQ(Insert(forum_, "a"), 0U);
-  EXPECT_EQ(Rows(forum_).size(), 0U);
-  EXPECT_EQ(Count(), 0);
-  forum_.Number("Max Message Count", 2);
-  EXPECT_EQ(Insert(forum_, "a"), 1U);
-}
-
-TEST_F(Forum, NegativeLimitIsAHugeOne) {
-  forum_.Number("Max Message Count", -1);
-  for (int i = 0; i < 20; ++i) Insert(forum_, "x");
-  EXPECT_EQ(Count(), 20);
-}
-
 TEST_F(Forum, InsertionOfAClosedMessageFailsAndLeavesPropertiesAlone) {
   Insert(forum_, "a");
   TMail closed;
@@ -454,58 +418,6 @@ TEST_F(Forum, OpenAnnouncementFailures) {
   EXPECT_EQ(forum_.OpenAnnouncement(nullptr), 0);
 }
 
-TEST_F(Forum, SubForums) {
-  TForum source;
-  ASSERT_EQ(source.OpenTemporary(kDeleteOnRelease), 1);
-  EXPECT_EQ(source.Number("Version"), 3);
-  source.String("Description", "inner");
-  Insert(source, "inside");
-  EXPECT_EQ(forum_.InsertSubForum("cars", source), 1);
-  TForum inner;
-  ASSERT_EQ(forum_.OpenSubForum("cars", &inner), 1);
-  EXPECT_STREQ(inner.String("Name"), "cars");
-  EXPECT_STREQ(inner.String("Description"), "inner");
-  EXPECT_EQ(Rows(inner), (std::vector<Row>{{1, 0, "inside"}}));
-  EXPECT_EQ(Insert(inner, "more"), 2U);
-  inner.Close();
-  ASSERT_EQ(forum_.OpenList("SUBFORUM LIST", 32), 1);
-  char key[32];
-  EXPECT_EQ(forum_.ReadNextListItem(key, sizeof key, nullptr, 0), 1);
-  EXPECT_STREQ(key, "cars");
-  forum_.CloseList();
-  EXPECT_EQ(forum_.RemoveSubForum("cars"), 1);
-  EXPECT_EQ(forum_.OpenSubForum("cars", &inner), 0);
-  EXPECT_EQ(forum_.RemoveSubForum("cars"), 0);
-  ASSERT_EQ(forum_.OpenList("SUBFORUM LIST", 32), 1);
-  EXPECT_EQ(forum_.ReadNextListItem(key, sizeof key, nullptr, 0), 0);
-}
-
-TEST_F(Forum, SubForumListByteForByte) {
-  TForum source;
-  ASSERT_EQ(source.OpenTemporary(kDeleteOnRelease), 1);
-  forum_.InsertSubForum("cars", source);
-  forum_.InsertSubForum("boats", source);
-  EXPECT_EQ(StreamBytes(forum_.Storage(), "SUBFORUM LIST"),
-            RecordBytes("cars", "", 32) + RecordBytes("boats", "", 32));
-}
-
-TEST_F(Forum, SubForumSucceedsWithoutItsListEntry) {
-  TForum source;
-  ASSERT_EQ(source.OpenTemporary(kDeleteOnRelease), 1);
-  ASSERT_EQ(forum_.CreateList("OTHER", 32), 1);
-  EXPECT_EQ(forum_.InsertSubForum("cars", source), 1) << "the list slot is in use";
-  forum_.CloseList();
-  EXPECT_EQ(forum_.OpenList("SUBFORUM LIST", 32), 0);
-}
-
-TEST_F(Forum, SubForumFailures) {
-  TForum closed;
-  EXPECT_EQ(forum_.InsertSubForum("cars", closed), 0);
-  EXPECT_EQ(forum_.OpenSubForum("missing", &closed), 0);
-  EXPECT_EQ(forum_.OpenSubForum("missing", nullptr), 0);
-  EXPECT_EQ(forum_.InsertSubForum(nullptr, closed), 0);
-}
-
 TEST_F(Forum, CopyTakesMessagesAndProperties) {
   Insert(forum_, "a");
   forum_.String("Description", "original");
@@ -558,6 +470,26 @@ TEST_F(Forum, CommittedBytesAreCounted) {
   EXPECT_LE(forum_.Storage().BytesSinceCommit(), 12000U);
   ASSERT_EQ(forum_.Storage().Commit(), 1);
   EXPECT_EQ(forum_.Storage().BytesSinceCommit(), 0U);
+}
+
+TEST_F(Forum, RecordsAfterAnInfoRemovalAreTheOnesInTheStream) {
+  for (const char* key : {"a", "b", "c"}) forum_.WriteInfo(key, key, -1);
+  EXPECT_STREQ(forum_.String("c"), "c");
+  EXPECT_EQ(forum_.RemoveInfo("b"), 1);
+  EXPECT_EQ(forum_.WriteInfo("c", "9", -1), 1);
+  EXPECT_EQ(forum_.WriteInfo("d", "4", -1), 1);
+  EXPECT_EQ(forum_.ReadInfo("b", nullptr, 0), 0);
+  forum_.Close();
+  TStorage storage((directory_ / "talk.mwd").c_str(), kReadWrite, 0, kExclusive);
+  EXPECT_EQ(StreamBytes(storage, "INFO"), RecordBytes("Version", "3") + RecordBytes("a", "a") +
+                                              RecordBytes("c", "9") + RecordBytes("d", "4"));
+}
+
+TEST_F(Forum, PartOfATextCanReplaceIt) {
+  forum_.String("Description", "Old: talk about anything, at any length that is needed");
+  EXPECT_EQ(forum_.String("Description", forum_.String("Description") + 5), 1);
+  ASSERT_EQ(Reopen(), 1);
+  EXPECT_STREQ(forum_.String("Description"), "talk about anything, at any length that is needed");
 }
 
 TEST_F(Forum, InsertionsSurviveReopening) {

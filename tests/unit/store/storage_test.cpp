@@ -265,6 +265,46 @@ TEST_F(Storage, CountsTheBytesWrittenThroughItSinceTheCommit) {
   EXPECT_EQ(root.BytesSinceCommit(), 1U);
 }
 
+TEST_F(Storage, BytesWrittenAgainCountOncePerCommit) {
+  TStorage root;
+  ASSERT_EQ(Create(root), 1);
+  TStream stream(root.Interface(), "A", kReadWrite, kCreate, kExclusive);
+  const std::string bytes(1000, 'a');
+  const auto write = [&](LONG at, int count) {
+    stream.Seek(at, 0);
+    ASSERT_EQ(stream.Write(bytes.data(), count), count);
+  };
+  write(0, 1000);
+  write(0, 1000);
+  write(200, 300);
+  EXPECT_EQ(root.BytesSinceCommit(), 1000U);
+  write(900, 200);
+  EXPECT_EQ(root.BytesSinceCommit(), 1100U) << "100 of them are new";
+  write(5000, 50);
+  EXPECT_EQ(root.BytesSinceCommit(), 1150U) << "apart from the rest";
+  write(0, 1000);
+  EXPECT_EQ(root.BytesSinceCommit(), 1150U) << "the longest stretch is remembered";
+  ASSERT_EQ(root.Commit(), 1);
+  write(500, 100);
+  EXPECT_EQ(root.BytesSinceCommit(), 100U) << "a commit begins anew";
+  write(450, 100);
+  EXPECT_EQ(root.BytesSinceCommit(), 150U) << "in front of the stretch";
+  write(0, 1000);
+  EXPECT_EQ(root.BytesSinceCommit(), 1000U);
+}
+
+TEST_F(Storage, NewSizeOfAStreamCountsAsAChange) {
+  TStorage root;
+  ASSERT_EQ(Create(root), 1);
+  TStream stream(root.Interface(), "A", kReadWrite, kCreate, kExclusive);
+  ASSERT_EQ(stream.Write("abc", 3), 3);
+  ASSERT_EQ(root.Commit(), 1);
+  stream.SetSize(3);
+  EXPECT_EQ(root.BytesSinceCommit(), 0U) << "the size it has";
+  stream.SetSize(1);
+  EXPECT_NE(root.BytesSinceCommit(), 0U);
+}
+
 TEST_F(Storage, CountsCopiedBytes) {
   TStorage source;
   ASSERT_EQ(source.OpenTemporary(kDeleteOnRelease), 1);
