@@ -150,8 +150,12 @@ int TForum::SetNumber(const char* key, LONG value) {
 }
 
 int TForum::String(const char* key, const char* value) {
-  if (SetString(key, value) < 0) return -1;
-  return WriteInfo(key, value, -1);
+  if (key == nullptr || value == nullptr) return -1;
+  return Guarded(-1, [&] {
+    // The value may be part of the text that it replaces in the cache.
+    const std::string kept(value);
+    return SetString(key, kept.c_str()) < 0 ? -1 : WriteInfo(key, kept.c_str(), -1);
+  });
 }
 
 int TForum::Number(const char* key, LONG value) {

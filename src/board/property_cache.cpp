@@ -23,13 +23,14 @@ auto FindEntry(Entries& entries, std::string_view key) {
 
 template <typename Entries, typename Value>
 int PutEntry(Entries& entries, std::string_view key, Value value) {
+  using Entry = typename Entries::value_type;
   auto entry = FindEntry(entries, key);
-  if (entry == entries.end()) {
-    entries.push_back({std::string(key), {}});
-    entry = entries.end() - 1;
+  if (entry != entries.end()) {
+    entry->value = value;
+    return static_cast<int>(entry - entries.begin());
   }
-  entry->value = value;
-  return static_cast<int>(entry - entries.begin());
+  entries.push_back({std::string(key), decltype(Entry::value)(value)});
+  return static_cast<int>(entries.size()) - 1;
 }
 
 }  // namespace
@@ -74,6 +75,8 @@ int TPropertyCache::WriteInfo(TStream& info, std::string_view key, std::string_v
   const std::size_t at = std::min(FindInfo(key), info_.size());
   std::array<char, kRecord> bytes;
   EncodeRecord(bytes, key, value);
+  // Taken before the stream changes: without memory neither of the two does.
+  info_.reserve(std::max(info_.size(), at + kRecord));
   info.Seek(static_cast<LONG>(at), STREAM_SEEK_SET);
   if (info.Write(bytes.data(), kInfoRecordSize) != kInfoRecordSize) {
     ForgetInfo();

@@ -358,6 +358,50 @@ TEST_F(Mail, RemoveInfoKeepsTheLength) {
   EXPECT_EQ(Bytes("INFO"), RecordBytes("a", "1") + RecordBytes("c", "3") + RecordBytes("c", "3"));
 }
 
+TEST_F(Mail, RecordsAfterARemovalAreTheOnesInTheStream) {
+  for (const char* key : {"a", "b", "c"}) mail_.WriteInfo(key, key, -1);
+  mail_.RemoveInfo("b");
+  char value[8];
+  EXPECT_EQ(mail_.ReadInfo("c", value, sizeof value), 1);
+  EXPECT_STREQ(value, "c");
+  EXPECT_EQ(mail_.WriteInfo("c", "9", -1), 1) << "the earlier of the two copies";
+  EXPECT_EQ(mail_.WriteInfo("d", "4", -1), 1);
+  EXPECT_STREQ(mail_.String("c"), "9");
+  EXPECT_EQ(Bytes("INFO"), RecordBytes("a", "a") + RecordBytes("c", "9") + RecordBytes("c", "c") +
+                               RecordBytes("d", "4"));
+}
+
+TEST_F(Mail, RemovalOfAMissingInfoKeyChangesNothing) {
+  mail_.WriteInfo("a", "1", -1);
+  EXPECT_EQ(mail_.RemoveInfo("b"), 0);
+  EXPECT_EQ(Bytes("INFO"), RecordBytes("a", "1"));
+}
+
+TEST_F(Mail, InfoWithARestIsWrittenBehindIt) {
+  mail_.WriteInfo("a", "1", -1);
+  mail_.Close();
+  {
+    TStorage storage(parent_.Interface(), "7", kReadWrite, 0, kExclusive);
+    TStream info(storage.Interface(), "INFO", kReadWrite, 0, kExclusive);
+    info.Seek(128, 0);
+    ASSERT_EQ(info.Write("rest", 4), 4);
+  }
+  ASSERT_EQ(Open(0), 1);
+  EXPECT_EQ(mail_.WriteInfo("a", "2", -1), 1);
+  EXPECT_EQ(mail_.WriteInfo("b", "3", -1), 1);
+  EXPECT_EQ(mail_.ReadInfo("a", nullptr, 0), 1);
+  EXPECT_EQ(mail_.ReadInfo("b", nullptr, 0), 0) << "no record begins where it stands";
+  EXPECT_EQ(Bytes("INFO"), RecordBytes("a", "2") + "rest" + RecordBytes("b", "3"));
+}
+
+TEST_F(Mail, PartOfATextCanReplaceIt) {
+  mail_.String("SUBJECT", "Re: a subject that is long enough for memory of its own");
+  EXPECT_EQ(mail_.String("SUBJECT", mail_.String("SUBJECT") + 4), 1);
+  const char* const rest = "a subject that is long enough for memory of its own";
+  EXPECT_STREQ(mail_.String("SUBJECT"), rest);
+  EXPECT_EQ(Bytes("INFO"), RecordBytes("SUBJECT", rest));
+}
+
 TEST_F(Mail, RecordsOfAnUncommonlyLongInfoAreReadInPlace) {
   mail_.WriteInfo("first", "1", -1);
   mail_.Close();
