@@ -33,8 +33,8 @@ int LogError(const char* text) {
   try {
     const std::string path = std::string(brevant::ProgramDirectory()) + "error.log";
     const std::string line = Line(text);
-    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 1;
     DWORD written = 0;
     LONG high = 0;  // without it a log of 4 GB could not be appended to

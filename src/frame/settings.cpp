@@ -201,7 +201,7 @@ DWORD TSetup::DefaultNumber(const char*) const { return 0; }
 
 TTime TSetup::LastModifyTime() const {
   WIN32_FIND_DATAA data{};
-  const HANDLE search = FindFirstFileA(Path(), &data);
+  HANDLE search = FindFirstFileA(Path(), &data);
   if (search == INVALID_HANDLE_VALUE) return TTime();
   FindClose(search);
   FILETIME local{};

@@ -3,6 +3,8 @@
 
 #include <brevant/platform_types.h>
 
+// The value is the platform's own: a pointer that leads nowhere.
+// NOLINTNEXTLINE(misc-misplaced-const,performance-no-int-to-ptr)
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
 inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 inline constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
