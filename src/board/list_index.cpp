@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t kRecord = kMessageRecordSize;
 constexpr std::size_t kBlock = 512 * kRecord;
 constexpr std::size_t kLongestKeyRead = 64;
+// Room taken at once for what a list says its length is; a damaged file can say anything.
+constexpr std::size_t kMostReserved = 64 * 1024;
 // Below this many dropped entries or bytes tidying up is not worth it.
 constexpr std::size_t kTidyEntries = 64;
 constexpr std::size_t kTidyBytes = 4096;
@@ -45,8 +47,9 @@ bool TListIndex::Load(TStream& list) {
   list.Seek(0, STREAM_SEEK_SET);
   std::string block(std::clamp<std::size_t>(list.Size(), kRecord, kBlock), '\0');
   block.resize(block.size() - block.size() % kRecord);
-  entries_.reserve(list.Size() / kRecord);
-  slots_.reserve(list.Size() / kRecord);
+  const std::size_t expected = std::min(list.Size() / kRecord, kMostReserved);
+  entries_.reserve(expected);
+  slots_.reserve(expected);
   while (true) {
     const int got = list.Read(block.data(), static_cast<int>(block.size()));
     if (got < 0) return false;

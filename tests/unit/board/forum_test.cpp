@@ -378,6 +378,23 @@ TEST_F(Forum, ForeignKeysAreMatchedByTheirText) {
   EXPECT_EQ(forum_.GetNextMessageIndex(0), 9U);
 }
 
+TEST_F(Forum, MessageListThatLiesAboutItsLengthIsReadAsFarAsItGoes) {
+  for (DWORD index = 1; index <= 40; ++index) forum_.WriteMessageInfo(index, 0, "x");
+  forum_.Close();
+  const std::string path = directory_ / "talk.mwd";
+  std::string bytes = test::ReadFileBytes(path);
+  std::string name;
+  for (const char c : std::string("MESSAGE LIST")) name += std::string{c, '\0'};
+  const std::size_t entry = bytes.find(name);
+  ASSERT_NE(entry, bytes.npos);
+  bytes.replace(entry + 120, 4, "\x00\x00\x00\x70", 4);  // the low half of the stream's size
+  test::WriteFileBytes(path, bytes);
+  // Not every structured storage opens such a stream.
+  if (Reopen() != 1) return;
+  EXPECT_LE(forum_.MessageIndex().Size(), 40U);
+  EXPECT_EQ(forum_.GetPrevMessageIndex(1), 0xFFFFFFFFU);
+}
+
 TEST_F(Forum, RestBehindTheMessageListStays) {
   forum_.Close();
   {
