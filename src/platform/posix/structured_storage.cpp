@@ -57,6 +57,8 @@ HRESULT StgCreateDocfile(LPCOLESTR name, DWORD mode, DWORD reserved, IStorage** 
     // What vanishes at the release anyway need not survive a power cut.
     const bool synced = name != nullptr && (mode & STGM_DELETEONRELEASE) == 0;
     auto document = compound::Document::Create(MakeByteFile(*file, synced), {});
+    const HRESULT published = file->Publish();
+    if (FAILED(published)) return published;
     if (synced) SyncDirectoryOf(file->Path());
     return MakeRoot(std::move(file), std::move(document), mode, storage);
   });

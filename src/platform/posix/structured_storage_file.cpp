@@ -3,12 +3,14 @@
 #include "platform/posix/attributes.h"
 #include "platform/posix/clock.h"
 #include "platform/posix/file_search.h"
+#include "platform/posix/folded_names.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/structured_storage.h"
 #include "platform/posix/times.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -172,6 +174,76 @@ HRESULT Finish(int descriptor, const std::string& path, bool writable, bool shar
 constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 constexpr int kAttempts = 8;  // when others remove or replace the file meanwhile
 
+// Whether another file may take this one's place: not where other names lead to it as well.
+bool MayBeReplaced(const std::string& path, struct stat* facts) {
+  return ::lstat(path.c_str(), facts) == 0 && S_ISREG(facts->st_mode) && facts->st_nlink == 1;
+}
+
+// Hands on what stays the same when a file is made anew in its place.
+void TakeOver(int old, const struct stat& facts, int made) {
+  // The owner can be kept by the superuser only.
+  const bool owned = ::fchown(made, facts.st_uid, facts.st_gid) == 0;
+  const bool moded = ::fchmod(made, facts.st_mode & 07777U) == 0;
+  const FileReference reference(old);
+  FileFacts times;
+  const bool dated = reference.ReadFacts(&times) &&
+                     FileReference(made).SetCreationTime(reference.CreationTime(times));
+  static_cast<void>(owned && moded && dated);
+}
+
+// Opens the draft for a path. A fixed name: what a kill left of one is used again, and two that
+// make the same file meet at its lock. S_FALSE when the directory takes no new files.
+HRESULT OpenDraft(const std::string& path, std::unique_ptr<StorageFile>* file) {
+  const std::string draft = path + ".new~";
+  NameChange change(draft);
+  const int descriptor = ::open(draft.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | kOpenFlags, 0666);
+  if (descriptor < 0) {
+    const bool closed = errno == EACCES || errno == EPERM || errno == ENAMETOOLONG;
+    return closed ? S_FALSE : ResultFromErrno(errno);
+  }
+  change.Added();
+  const HRESULT result = Finish(descriptor, path, true, false, file);
+  if (FAILED(result)) return result;
+  return IsStillThere(descriptor, draft) ? S_OK : STG_E_SHAREVIOLATION;
+}
+
+// Opens the file itself, to be written where it stands: an old one, or a new one in its directory.
+HRESULT OpenInPlace(const Resolved& resolved, std::unique_ptr<StorageFile>* file) {
+  const int creation = resolved.found ? 0 : O_CREAT | O_EXCL;
+  const int descriptor = ::open(resolved.path.c_str(), O_RDWR | creation | kOpenFlags, 0666);
+  if (descriptor < 0 && errno == (resolved.found ? ENOENT : EEXIST)) return S_FALSE;
+  if (descriptor < 0) return ResultFromErrno(errno);
+  const HRESULT result = Finish(descriptor, resolved.path, true, false, file);
+  if (FAILED(result) || IsStillThere(descriptor, resolved.path)) return result;
+  file->reset();
+  return S_FALSE;
+}
+
+// S_FALSE when the name changed its file meanwhile.
+HRESULT OpenAnew(const Resolved& resolved, std::unique_ptr<StorageFile>* file) {
+  std::unique_ptr<StorageFile> old;
+  HRESULT result = S_OK;
+  if (resolved.found) result = OpenInPlace(resolved, &old);
+  if (result != S_OK) return result;
+  struct stat facts {};
+  if (old != nullptr && !MayBeReplaced(resolved.path, &facts)) {
+    *file = std::move(old);
+    return S_OK;
+  }
+  std::unique_ptr<StorageFile> made;
+  result = OpenDraft(resolved.path, &made);
+  if (FAILED(result)) return result;
+  if (result == S_FALSE) {
+    if (old == nullptr) return OpenInPlace(resolved, file);
+    *file = std::move(old);
+    return S_OK;
+  }
+  if (old != nullptr) TakeOver(old->Descriptor(), facts, made->Descriptor());
+  made->SetDraft(resolved.path + ".new~", std::move(old));
+  *file = std::move(made);
+  return S_OK;
+}
+
 }  // namespace
 
 std::string NarrowName(LPCOLESTR name) {
@@ -228,7 +300,32 @@ FILETIME StorageNow() {
   return now;
 }
 
-StorageFile::~StorageFile() { ::close(descriptor_); }
+StorageFile::~StorageFile() {
+  if (!draft_.empty()) ::unlink(draft_.c_str());
+  ::close(descriptor_);
+}
+
+void StorageFile::SetDraft(std::string draft, std::unique_ptr<StorageFile> replaced) {
+  draft_ = Absolute(draft);
+  replaced_ = std::move(replaced);
+}
+
+HRESULT StorageFile::Publish() {
+  if (!draft_.empty() && draft_ != path_) {
+    NameChange change(path_);
+    const unsigned flags = replaced_ != nullptr ? 0 : RENAME_NOREPLACE;
+    bool moved = ::renameat2(AT_FDCWD, draft_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
+    // Not every file system can refuse to replace; the name was free a moment ago.
+    if (!moved && (errno == EINVAL || errno == ENOSYS)) {
+      moved = ::rename(draft_.c_str(), path_.c_str()) == 0;
+    }
+    if (!moved) return ResultFromErrno(errno);
+    change.Added();
+  }
+  draft_.clear();
+  replaced_.reset();
+  return S_OK;
+}
 
 void StorageFile::ReadTimes(FILETIME* created, FILETIME* accessed, FILETIME* modified) const {
   const FileReference reference(descriptor_);
@@ -280,14 +377,8 @@ HRESULT CreateStorageFile(const std::string& name, bool replace,
     const Resolved resolved = Resolve(name.c_str());
     if (!resolved.found && !resolved.directoryFound) return STG_E_PATHNOTFOUND;
     if (resolved.found && !replace) return STG_E_FILEALREADYEXISTS;
-    const int creation = resolved.found ? 0 : O_CREAT | O_EXCL;
-    const int descriptor = ::open(resolved.path.c_str(), O_RDWR | creation | kOpenFlags, 0666);
-    if (descriptor < 0 && errno == (resolved.found ? ENOENT : EEXIST)) continue;
-    if (descriptor < 0) return ResultFromErrno(errno);
-    const HRESULT result = Finish(descriptor, resolved.path, true, false, file);
-    if (FAILED(result)) return result;
-    if (IsStillThere(descriptor, resolved.path)) return S_OK;
-    file->reset();
+    const HRESULT result = OpenAnew(resolved, file);
+    if (result != S_FALSE) return result;
   }
   return STG_E_SHAREVIOLATION;
 }
@@ -299,7 +390,10 @@ HRESULT CreateTemporaryFile(std::unique_ptr<StorageFile>* file) {
   path += "~DFXXXXXX";
   const int descriptor = ::mkostemp(path.data(), O_CLOEXEC);
   if (descriptor < 0) return errno == ENOENT ? STG_E_PATHNOTFOUND : ResultFromErrno(errno);
-  return Finish(descriptor, path, true, false, file);
+  const HRESULT result = Finish(descriptor, path, true, false, file);
+  if (FAILED(result)) return result;
+  (*file)->SetDraft(path, nullptr);
+  return S_OK;
 }
 
 HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FILETIME* accessed,

@@ -29,7 +29,14 @@ class StorageFile {
   StorageFile(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
   StorageFile(const StorageFile&) = delete;
   StorageFile& operator=(const StorageFile&) = delete;
+  // Removes a draft that was never published.
   ~StorageFile();
+
+  // Makes the file a draft: it stands under another name until it is published, then it takes the
+  // place of the file given here, if one is, whose locks are held until then.
+  void SetDraft(std::string draft, std::unique_ptr<StorageFile> replaced);
+  // Gives a draft its own name, all at once: the old file stays whole up to that moment.
+  HRESULT Publish();
 
   int Descriptor() const { return descriptor_; }
   // Absolute.
@@ -42,6 +49,8 @@ class StorageFile {
  private:
   int descriptor_;
   std::string path_;
+  std::string draft_;  // empty once published
+  std::unique_ptr<StorageFile> replaced_;
 };
 
 // What the engine reads and writes. Must not outlive the file; unsynced files are never synced.
@@ -50,10 +59,12 @@ std::unique_ptr<compound::ByteFile> MakeByteFile(const StorageFile& file, bool s
 // Opens an existing file, shared among readers or not at all. S_OK, or a storage error code.
 HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
                         std::unique_ptr<StorageFile>* file);
-// Opens a file to be made anew: one that is not there, or with `replace` one that is.
+// Opens a file to be made anew: one that is not there, or with `replace` one that is. What is
+// written shows under the name only when the file is published.
 HRESULT CreateStorageFile(const std::string& name, bool replace,
                           std::unique_ptr<StorageFile>* file);
-// A new file with an unpredictable name in the system's directory for temporary files.
+// A new file with an unpredictable name in the system's directory for temporary files; removed
+// unless it is published.
 HRESULT CreateTemporaryFile(std::unique_ptr<StorageFile>* file);
 // Sets those of a file's times that are given and not zero.
 HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FILETIME* accessed,

@@ -336,4 +336,116 @@ TEST_F(StorageOnDisk, StateBitsGoWithACopyAndManyElementsToo) {
   EXPECT_EQ(NamesIn(to), NamesIn(from));
 }
 
+// The process ends in the middle of its writing: at the first byte, the header, the directory.
+TEST_F(StorageOnDisk, AKillWhileAFileIsMadeAnewLeavesTheOldOne) {
+  Put(root_, "kept", PatternText(5000));
+  root_.Reset();
+  const std::string before = ReadFileBytes(path_);
+  for (const rlim_t room : {0, 100, 512, 1000, 1500}) {
+    const int code = InChild([&] {
+      const rlimit limit{room, room};
+      if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+      Storage root;
+      CreateFileRoot(path_, root);
+      return 2;
+    });
+    EXPECT_EQ(code, -1) << "killed";
+    EXPECT_TRUE(ReadFileBytes(path_) == before) << room;
+  }
+  // What the killed ones left is used up.
+  ASSERT_EQ(CreateFileRoot(path_, root_), S_OK);
+  EXPECT_EQ(NamesIn(root_), "[]");
+  EXPECT_EQ(ReadFileBytes(path_).size(), 1536U);
+  const std::filesystem::directory_iterator all(std::filesystem::path(path_).parent_path());
+  EXPECT_EQ(std::distance(begin(all), end(all)), 1);
+}
+
+TEST_F(StorageOnDisk, ACreationThatFailsLeavesWhatWasThere) {
+  Put(root_, "kept", PatternText(5000));
+  root_.Reset();
+  const std::string before = ReadFileBytes(path_);
+  const int code = InChild([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setenv("TMPDIR", std::filesystem::path(path_).parent_path().c_str(), 1);
+    const rlimit limit{1000, 1000};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+    Storage root;
+    if (CreateFileRoot(path_, root) != STG_E_MEDIUMFULL) return 2;
+    if (CreateFileRoot(directory_ / "new.mwd", root) != STG_E_MEDIUMFULL) return 3;
+    if (StgCreateDocfile(nullptr, kMake, 0, root.Out()) != STG_E_MEDIUMFULL) return 4;
+    return 0;
+  });
+  EXPECT_EQ(code, 0);
+  EXPECT_TRUE(ReadFileBytes(path_) == before);
+  const std::filesystem::directory_iterator all(std::filesystem::path(path_).parent_path());
+  EXPECT_EQ(std::distance(begin(all), end(all)), 1) << "neither drafts nor temporary files";
+}
+
+TEST_F(StorageOnDisk, AFileMadeAnewKeepsItsPermissionsAndTimeOfCreation) {
+  namespace fs = std::filesystem;
+  root_.Reset();
+  const FILETIME created = {0x10000000, 0x01C00000};
+  ASSERT_EQ(StgSetTimes(Wide(path_).c_str(), &created, nullptr, nullptr), S_OK);
+  fs::permissions(path_, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+  const fs::perms before = fs::status(path_).permissions();
+  ASSERT_EQ(CreateFileRoot(path_, root_), S_OK);
+  STATSTG stat{};
+  root_->Stat(&stat, STATFLAG_NONAME);
+  EXPECT_EQ(TicksOf(stat.ctime), TicksOf(created));
+  EXPECT_EQ(fs::status(path_).permissions(), before);
+  Storage again;
+  EXPECT_EQ(OpenFileRoot(path_, again), STG_E_SHAREVIOLATION) << "the new file is locked too";
+  EXPECT_EQ(DeleteFileA(path_.c_str()), FALSE);
+}
+
+TEST_F(StorageOnDisk, AFileOfTwoNamesStaysOneWhenItIsMadeAnew) {
+  namespace fs = std::filesystem;
+  Put(root_, "s", "x");
+  root_.Reset();
+  fs::create_hard_link(path_, directory_ / "second.mwd");
+  fs::create_symlink(path_, directory_ / "link.mwd");
+  ASSERT_EQ(CreateFileRoot(directory_ / "link.mwd", root_), S_OK);
+  Put(root_, "t", "y");
+  root_.Reset();
+  EXPECT_TRUE(fs::is_symlink(directory_ / "link.mwd"));
+  ASSERT_EQ(OpenFileRoot(directory_ / "second.mwd", root_), S_OK);
+  EXPECT_EQ(NamesIn(root_), "[t]");
+}
+
+TEST_F(StorageOnDisk, TwoThatMakeOneFileMeetAtItsLock) {
+  const std::string path = directory_ / "fresh.mwd";
+  // As if another process were making the file: it holds the draft.
+  Storage draft, root;
+  ASSERT_EQ(CreateFileRoot(path + ".new~", draft), S_OK);
+  EXPECT_EQ(CreateFileRoot(path, root), STG_E_SHAREVIOLATION);
+  EXPECT_FALSE(FileExists(path));
+  EXPECT_TRUE(FileExists(path + ".new~"));
+}
+
+TEST_F(StorageOnDisk, ACopyHoldsNoMoreThanItsSourceCanHold) {
+  // A storage that hangs in itself, with a stream beside: it would be copied over and over.
+  Storage outer, copy;
+  CreateStorage(root_, "outer", outer);
+  Put(outer, "large", PatternText(100000));
+  outer.Reset(), root_.Reset();
+  std::string bytes = ReadFileBytes(path_);
+  const auto entryOf = [&](const std::string& name) {
+    std::string wide;
+    for (const char c : name + '\0') wide += std::string{c, '\0'};
+    return bytes.find(wide);
+  };
+  const std::size_t large = entryOf("large");
+  const std::size_t self = entryOf("outer");
+  ASSERT_LT(self, large);
+  // Entries are 128 bytes each; the root is the first of the directory.
+  const std::size_t directory = entryOf("Root Entry");
+  bytes.replace(large + 72, 4, std::string{static_cast<char>((self - directory) / 128), 0, 0, 0});
+  WriteFileBytes(path_, bytes);
+  ASSERT_EQ(OpenFileRoot(path_, root_), S_OK);
+  ASSERT_EQ(CreateFileRoot(directory_ / "copy.mwd", copy), S_OK);
+  EXPECT_EQ(root_->CopyTo(0, nullptr, nullptr, copy.Get()), STG_E_DOCFILECORRUPT);
+  copy.Reset();
+  EXPECT_LT(ReadFileBytes(directory_ / "copy.mwd").size(), 2 * bytes.size());
+}
+
 }  // namespace
