@@ -80,7 +80,7 @@ TBoardKind TBoardCache::THandle::Kind() const { return entry_->kind; }
 
 const std::string& TBoardCache::THandle::Name() const { return entry_->name; }
 
-void TBoardCache::THandle::Release() {
+void TBoardCache::THandle::Release() noexcept {
   if (!entry_) return;
   const std::shared_ptr<TEntry> entry = std::move(entry_);
   entry_.reset();
@@ -92,7 +92,13 @@ TBoardCache::TBoardCache(std::string directory) : TBoardCache(std::move(director
 TBoardCache::TBoardCache(std::string directory, const TLimits& limits)
     : directory_(std::move(directory)), limits_(limits) {}
 
-TBoardCache::~TBoardCache() { CloseAll(); }
+TBoardCache::~TBoardCache() {
+  try {
+    CloseAll();
+  } catch (...) {
+    reliable_ = false;
+  }
+}
 
 TBoardCache::TKey TBoardCache::Key(TBoardKind kind, const std::string& name) {
   std::string lower = name;
@@ -123,6 +129,7 @@ TBoardCache::THandle TBoardCache::Open(TBoardKind kind, const std::string& name)
     return entry->kind == kind && EqualsIgnoreCase(entry->name, name);
   });
   if (known != entries_.end()) {
+    if ((*known)->lost) return {};
     std::rotate(known, known + 1, entries_.end());
     return {this, entries_.back()};
   }
@@ -154,12 +161,14 @@ int TBoardCache::Commit(const THandle& handle) { return handle ? CommitEntry(*ha
 int TBoardCache::CommitEntry(TEntry& entry) {
   if (entry.lost) return 0;
   if (entry.forum->Storage().BytesSinceCommit() == 0) return 1;
+  // Both stay as they are set here when an exception ends this early.
+  const bool reliable = std::exchange(reliable_, false);
+  entry.lost = true;
   const int committed = commit_(entry.forum->Storage()) != 0 ? 1 : 0;
-  if (committed == 0) {
-    entry.lost = true;
-    givenUp_.push_back(Key(entry.kind, entry.name));
-  }
+  if (committed == 0) givenUp_.push_back(Key(entry.kind, entry.name));
   if (observer_) observer_(entry.kind, entry.name, committed != 0);
+  entry.lost = committed == 0;
+  reliable_ = reliable;
   return committed;
 }
 
@@ -172,13 +181,17 @@ int TBoardCache::Close(const std::shared_ptr<TEntry>& entry) {
   return committed;
 }
 
-void TBoardCache::Unpin(const std::shared_ptr<TEntry>& entry) {
+void TBoardCache::Unpin(const std::shared_ptr<TEntry>& entry) noexcept {
   if (--entry->pins != 0) return;
-  if (entry->closing || entry->lost) {
-    Close(entry);
-  } else if (entry->forum->Storage().BytesSinceCommit() > limits_.uncommittedBytes &&
-             CommitEntry(*entry) == 0) {
-    Close(entry);
+  try {
+    if (entry->closing || entry->lost) {
+      Close(entry);
+    } else if (entry->forum->Storage().BytesSinceCommit() > limits_.uncommittedBytes &&
+               CommitEntry(*entry) == 0) {
+      Close(entry);
+    }
+  } catch (...) {
+    reliable_ = false;
   }
 }
 
@@ -192,7 +205,7 @@ int TBoardCache::CloseAll() {
       entry->closing = true;
     }
   }
-  return givenUp_.empty() ? 1 : 0;
+  return AnyGivenUp() ? 0 : 1;
 }
 
 }  // namespace brevant

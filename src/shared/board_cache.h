@@ -52,8 +52,8 @@ class TBoardCache {
     TBoardKind Kind() const;
     const std::string& Name() const;
     // Lets go. A file with more than TLimits::uncommittedBytes written and no further handle is
-    // committed now.
-    void Release();
+    // committed now. When memory runs out on the way the cache is no longer Reliable.
+    void Release() noexcept;
 
    private:
     friend class TBoardCache;
@@ -98,7 +98,10 @@ class TBoardCache {
   // A file whose commit failed is given up: what was written since its last commit is dropped and
   // Open refuses it from then on.
   bool GivenUp(TBoardKind kind, const std::string& name) const;
-  bool AnyGivenUp() const { return !givenUp_.empty(); }
+  bool AnyGivenUp() const { return !givenUp_.empty() || !reliable_; }
+  // False from the moment on that a commit or its observer ended with an exception: what is safe
+  // and what is lost is then not fully known, and nothing may rely on it.
+  bool Reliable() const { return reliable_; }
   // Files open at the moment.
   std::size_t OpenCount() const { return entries_.size(); }
 
@@ -109,7 +112,7 @@ class TBoardCache {
   int CommitEntry(TEntry& entry);
   int Close(const std::shared_ptr<TEntry>& entry);
   bool MakeRoom();
-  void Unpin(const std::shared_ptr<TEntry>& entry);
+  void Unpin(const std::shared_ptr<TEntry>& entry) noexcept;
 
   std::string directory_;
   TLimits limits_;
@@ -117,6 +120,7 @@ class TBoardCache {
   TCommit commit_ = [](TStorage& storage) { return storage.Commit(); };
   std::vector<std::shared_ptr<TEntry>> entries_;  // longest unused first
   std::vector<TKey> givenUp_;
+  bool reliable_ = true;
   std::map<TBoardKind, std::vector<std::string>> names_;
 };
 

@@ -55,10 +55,20 @@ std::vector<TFormField> ParseUrlEncoded(std::string_view text) {
 bool FormMaySet(std::string_view name) {
   // A record of 128 bytes holds the name, a zero byte and at least one byte of the value.
   constexpr std::size_t kLongestName = 125;
-  constexpr std::string_view kNever[] = {"Name",           "LINK ID",       "Sent to mailing list",
-                                         "Vote Count",     "Document Type", "CHARSET",
-                                         "Header Charset", "FROM",          "TO",
-                                         "E-Mail Address", "Creation time", "Last Modify Time"};
+  constexpr std::string_view kNever[] = {"Name",
+                                         "LINK ID",
+                                         "Sent to mailing list",
+                                         "Vote Count",
+                                         "Document Type",
+                                         "CHARSET",
+                                         "Header Charset",
+                                         "FROM",
+                                         "TO",
+                                         "E-Mail Address",
+                                         "Creation time",
+                                         "Last Modify Time",
+                                         "From Name",
+                                         "From Email Address"};
   if (name.empty() || name.size() > kLongestName) return false;
   const auto control = [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; };
   return std::none_of(name.begin(), name.end(), control) &&

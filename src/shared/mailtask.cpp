@@ -202,7 +202,7 @@ bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders&
     saved = listRequest ? ChangeMailingList(*forum, mail) : forum->InsertMessage(mail) != 0;
     if (listRequest || !saved) reader.RemoveFiles();
     // Letting go of the forum may commit it; the ledger must know of the message by then.
-    if (saved) run.ledger.Filed(TBoardKind::kForum, forum.Name(), number, reader.Files());
+    if (saved) run.ledger.Filed(TBoardKind::kForum, forum.Name(), number, reader.TakeFiles());
   } else {
     reader.RemoveFiles();
   }
@@ -247,7 +247,9 @@ void TMailRetrievalTask::LogOff(TRun& run) {
   TraceHere();
   run.cache.CloseAll();
   TraceHere();
-  if (run.ledger.AnyLost() && !DeleteSafeOnly(run)) {
+  const bool known = run.cache.Reliable();
+  if (!known) failed_ = true;
+  if (!known || (run.ledger.AnyLost() && !DeleteSafeOnly(run))) {
     client_.TProtocol::Disconnect();
   } else {
     client_.Disconnect();
@@ -257,7 +259,8 @@ void TMailRetrievalTask::LogOff(TRun& run) {
 // Takes every deletion back and deletes again what was filed safely. Without it being certain that
 // the server has done so, the connection must end without "QUIT".
 bool TMailRetrievalTask::DeleteSafeOnly(TRun& run) {
-  if (Aborted()) return false;
+  // On a connection that failed, what comes next may be the late reply to an earlier command.
+  if (Aborted() || (client_.Status() & kStatusConnected) == 0) return false;
   if (client_.ResetMarks() == 0) return false;
   for (const LONG number : run.ledger.SafeDeletions()) {
     if (Aborted()) return false;

@@ -73,7 +73,7 @@ void TMessageReader::CopyHeaders(TMail& mail) {
   mail.SetTime(client_.ResourceTime());
 }
 
-TMessageReader::TPartKind TMessageReader::PartKind() const {
+TMessageReader::TPartKind TMessageReader::PartKind() {
   const auto is = [this](const char* type) { return client_.IsContent(type) != 0; };
   const std::string name = Text(client_.PartFileName());
   const TPartKind file = EqualsIgnoreCase(name, kFormFile) ? TPartKind::kForm : TPartKind::kFile;
@@ -87,6 +87,14 @@ TMessageReader::TPartKind TMessageReader::PartKind() const {
   if (is("text/plain")) return TPartKind::kPlain;
   if (is("application/x-www-form-urlencoded")) return TPartKind::kForm;
   return is("application/octet-stream") ? file : TPartKind::kSkipped;
+}
+
+// Which of the image types with an extension of their own the part has; empty for any other part.
+std::string_view TMessageReader::ImageType() {
+  for (const char* type : {"image/gif", "image/jpeg", "image/png", "image/bmp"}) {
+    if (client_.IsContent(type) != 0) return type;
+  }
+  return {};
 }
 
 void TMessageReader::ReadPart(TMail& mail, TMessageText& text, bool attachmentsAllowed) {
@@ -132,7 +140,7 @@ void TMessageReader::ReadFormPart() {
 }
 
 void TMessageReader::ReadFilePart(TMail& mail) {
-  const std::string type = Text(client_.PartContentType());
+  const std::string_view type = ImageType();
   const std::string contentId = Text(client_.PartContentId());
   std::string shownName = Text(client_.PartFileName());
   std::string safeName = SafeFileName(shownName);
@@ -147,9 +155,9 @@ void TMessageReader::ReadFilePart(TMail& mail) {
   if (!written_) return;
   const std::string_view extension = ImageExtension(type);
   if (!(extension.empty() ? ReceiveFile(file) : ReceiveImage(file, extension))) return;
+  files_.push_back(file.Path());  // first, lest it stay behind when memory runs out
   written_ = file.Finish();
   if (!written_) return;
-  files_.push_back(file.Path());
   written_ = MarkAttachment(file.Path()) &&
              RecordAttachment(mail, storedName, contentId.empty() ? shownName : contentId);
   if (IsImageName(storedName)) images_.push_back({storedName, shownName, contentId});

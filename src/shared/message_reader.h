@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace brevant {
@@ -26,21 +27,27 @@ class TMessageReader {
   // localDirectory: where attachments go, with its final separator. The flag is the task's.
   TMessageReader(TMIMEEnabledPOP3& client, std::string localDirectory,
                  const std::atomic<int>& continueFlag);
+  // Removes the files that nobody took: their message was not filed.
+  ~TMessageReader() { RemoveFiles(); }
+  TMessageReader(const TMessageReader&) = delete;
+  TMessageReader& operator=(const TMessageReader&) = delete;
 
   // Opens the client's current message and reads it to its end into mail, an open temporary item.
   // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
   TReadResult Read(TMail& mail, bool attachmentsAllowed);
 
-  // The paths of the files that the last message left in the local directory.
-  const std::vector<std::string>& Files() const { return files_; }
-  // Removes them: the message is not going to be filed.
+  // Hands over the files that the last message left in the local directory, by their paths: they
+  // stay now.
+  std::vector<std::string> TakeFiles() { return std::exchange(files_, {}); }
+  // Removes those that were not taken: the message is not going to be filed.
   void RemoveFiles();
 
  private:
   enum class TPartKind { kSkipped, kHtml, kPlain, kForm, kFile };
 
   void CopyHeaders(TMail& mail);
-  TPartKind PartKind() const;
+  TPartKind PartKind();
+  std::string_view ImageType();
   void ReadPart(TMail& mail, TMessageText& text, bool attachmentsAllowed);
   void ReadTextPart(TMessageText& text, bool html);
   void ReadFormPart();

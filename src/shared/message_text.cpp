@@ -3,6 +3,9 @@
 #include "platform/win32.h"
 #include "store/ascii.h"
 
+#include <algorithm>
+#include <unordered_map>
+
 namespace brevant {
 
 namespace {
@@ -27,9 +30,27 @@ std::string_view Entity(char c) {
   }
 }
 
-// Whether a reference may end before this character.
-bool EndsReference(char c) {
-  return IsSpaceAscii(c) || std::string_view("\"'<>)").find(c) != std::string_view::npos;
+// Finds the next character of a set; the places asked for only grow, so that all questions together
+// pass over the text once.
+class TNextOf {
+ public:
+  TNextOf(std::string_view text, std::string_view set) : text_(text), set_(set) { Find(0); }
+  // The first place at or behind at, or the text's length.
+  std::size_t From(std::size_t at) {
+    if (next_ < at) Find(at);
+    return next_;
+  }
+
+ private:
+  void Find(std::size_t at) { next_ = std::min(text_.find_first_of(set_, at), text_.size()); }
+
+  std::string_view text_;
+  std::string_view set_;
+  std::size_t next_ = 0;
+};
+
+bool IsBlankText(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), IsSpaceAscii);
 }
 
 }  // namespace
@@ -47,26 +68,38 @@ std::string EscapeHtml(std::string_view text) {
   return escaped;
 }
 
-std::string ReplaceContentId(std::string_view html, std::string_view contentId,
-                             std::string_view name, int& count) {
-  constexpr std::size_t kScheme = 4;  // "cid:", in any letter case; the identifier as it stands
+std::string ReplaceContentIds(std::string_view html, const std::vector<TInlineImage>& images,
+                              std::vector<bool>& seen) {
+  constexpr std::string_view kScheme = "cid:";  // in any letter case; the identifier as it stands
+  std::unordered_map<std::string_view, std::size_t> byIdentifier;
+  std::size_t longest = 0;
+  for (std::size_t i = 0; i < images.size(); ++i) {
+    const std::string_view contentId = images[i].contentId;
+    if (contentId.size() <= kScheme.size()) continue;
+    byIdentifier.emplace(contentId.substr(kScheme.size()), i);
+    longest = std::max(longest, contentId.size() - kScheme.size());
+  }
+  seen.assign(images.size(), false);
+  // An identifier may hold what also ends a reference, so the longer reading is tried too.
+  TNextOf ends[] = {{html, " \t\r\n\v\f\"'<>)"}, {html, " \t\r\n\v\f\"<>"}};
   std::string replaced;
-  count = 0;
   std::size_t copied = 0;
   for (std::size_t at = html.find(':'); at != std::string_view::npos; at = html.find(':', at + 1)) {
-    if (at + 1 < kScheme) continue;
-    const std::size_t start = at + 1 - kScheme;
-    const std::size_t end = start + contentId.size();
-    if (start < copied || end > html.size() ||
-        !EqualsIgnoreCase(html.substr(start, kScheme), contentId.substr(0, kScheme)) ||
-        html.substr(start + kScheme, contentId.size() - kScheme) != contentId.substr(kScheme) ||
-        (end < html.size() && !EndsReference(html[end]))) {
-      continue;
+    const std::size_t identifier = at + 1;
+    if (identifier < copied + kScheme.size()) continue;
+    const std::size_t start = identifier - kScheme.size();
+    if (!EqualsIgnoreCase(html.substr(start, kScheme.size()), kScheme)) continue;
+    for (TNextOf& next : ends) {
+      const std::size_t end = next.From(identifier);
+      if (end - identifier > longest) break;
+      const auto image = byIdentifier.find(html.substr(identifier, end - identifier));
+      if (image == byIdentifier.end()) continue;
+      replaced += html.substr(copied, start - copied);
+      replaced += images[image->second].storedName;
+      seen[image->second] = true;
+      copied = end;
+      break;
     }
-    replaced += html.substr(copied, start - copied);
-    replaced += name;
-    copied = end;
-    ++count;
   }
   replaced += html.substr(copied);
   return replaced;
@@ -90,7 +123,7 @@ void TMessageText::BeginPart(bool html, const char* charset) {
 }
 
 void TMessageText::Append(std::string_view text) {
-  if (!text.empty()) empty_ = false;
+  empty_ = empty_ && IsBlankText(text);
   if (mode_ == TMode::kEscape) {
     PutEscaped(text);
   } else {
@@ -99,7 +132,7 @@ void TMessageText::Append(std::string_view text) {
 }
 
 void TMessageText::EndPart() {
-  if (mode_ == TMode::kEscape && last_ != '\n' && !empty_) Put("<br>\r\n");
+  if (mode_ == TMode::kEscape && last_ != '\n') Put("<br>\r\n");
   mode_ = TMode::kCopy;
 }
 
@@ -142,7 +175,7 @@ void TMessageText::Restart() {
 }
 
 // Gives back the images to which no reference was found.
-std::vector<TInlineImage> TMessageText::ReplaceContentIds(const std::vector<TInlineImage>& images) {
+std::vector<TInlineImage> TMessageText::ShowImages(const std::vector<TInlineImage>& images) {
   std::vector<TInlineImage> unseen;
   Flush();
   TStream& content = mail_.Content();
@@ -153,12 +186,10 @@ std::vector<TInlineImage> TMessageText::ReplaceContentIds(const std::vector<TInl
     good_ = false;
     return images;
   }
-  for (const TInlineImage& image : images) {
-    int count = 0;
-    if (image.contentId.size() > 4) {
-      html = ReplaceContentId(html, image.contentId, image.storedName, count);
-    }
-    if (count == 0) unseen.push_back(image);
+  std::vector<bool> seen;
+  html = brevant::ReplaceContentIds(html, images, seen);
+  for (std::size_t i = 0; i < images.size(); ++i) {
+    if (!seen[i]) unseen.push_back(images[i]);
   }
   Restart();
   Put(html);
@@ -169,7 +200,7 @@ bool TMessageText::Finish(const std::vector<TInlineImage>& images) {
   if (html_ && !images.empty()) {
     Flush();
     const bool small = mail_.Content().Position() <= kMostHtmlInMemory;
-    for (const TInlineImage& image : small&& good_ ? ReplaceContentIds(images) : images) {
+    for (const TInlineImage& image : small&& good_ ? ShowImages(images) : images) {
       Put("<img src=\"" + EscapeHtml(image.storedName) + "\" alt=\"" + EscapeHtml(image.shownName) +
           "\">");
     }

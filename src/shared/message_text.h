@@ -32,7 +32,7 @@ class TMessageText {
   // and, when there was a text part, "CHARSET". False when something could not be written whole.
   bool Finish(const std::vector<TInlineImage>& images);
 
-  // Whether no part has given any text.
+  // Whether no part has given any text but white space.
   bool Empty() const { return empty_; }
   // False from the first failed write on.
   bool Good() const { return good_; }
@@ -44,7 +44,7 @@ class TMessageText {
   void PutEscaped(std::string_view text);
   void Flush();
   void Restart();
-  std::vector<TInlineImage> ReplaceContentIds(const std::vector<TInlineImage>& images);
+  std::vector<TInlineImage> ShowImages(const std::vector<TInlineImage>& images);
 
   TMail& mail_;
   std::string buffer_;
@@ -61,9 +61,9 @@ class TMessageText {
 // The text with the characters that mean something in HTML as entities.
 std::string EscapeHtml(std::string_view text);
 
-// html with every "cid:" reference to contentId (its "cid:" included) replaced by name; count says
-// how often.
-std::string ReplaceContentId(std::string_view html, std::string_view contentId,
-                             std::string_view name, int& count);
+// html with every "cid:" reference to one of the images replaced by its stored name; seen says for
+// each image whether there was one. Of two images with one identifier the first is meant.
+std::string ReplaceContentIds(std::string_view html, const std::vector<TInlineImage>& images,
+                              std::vector<bool>& seen);
 
 }  // namespace brevant

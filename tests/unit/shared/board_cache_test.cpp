@@ -4,6 +4,7 @@
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
+#include <new>
 
 namespace brevant {
 namespace {
@@ -276,6 +277,33 @@ TEST_F(BoardCache, OneFailedCommitDoesNotHinderTheOthers) {
   EXPECT_EQ(cache.CloseAll(), 0);
   EXPECT_EQ(log_, "Alpha+ beta- gamma+ ");
   EXPECT_EQ(test::SubjectsOf("gamma", directory_.Path()), "one;");
+}
+
+TEST_F(BoardCache, AnObserverThatFailsWhenAHandleGoesMakesNothingSafe) {
+  TBoardCache cache(directory_.Path(), {256, 10});
+  cache.SetCommitObserver([](TBoardKind, const std::string&, bool) { throw std::bad_alloc(); });
+  ASSERT_TRUE(Insert(*cache.Open(TBoardKind::kForum, "Alpha"), "one", 1000));
+  EXPECT_FALSE(cache.Reliable());
+  EXPECT_TRUE(cache.AnyGivenUp());
+  EXPECT_FALSE(cache.Open(TBoardKind::kForum, "Alpha"));
+  EXPECT_EQ(cache.CloseAll(), 0);
+  EXPECT_EQ(cache.OpenCount(), 0u);
+}
+
+TEST_F(BoardCache, ACommitThatEndsWithAnExceptionIsNotRepeated) {
+  int commits = 0;
+  {
+    TBoardCache cache(directory_.Path());
+    cache.SetCommit([&commits](TStorage&) -> int {
+      ++commits;
+      throw std::bad_alloc();
+    });
+    ASSERT_TRUE(Insert(*cache.Open(TBoardKind::kForum, "Alpha"), "one"));
+    EXPECT_TRUE(cache.Reliable());
+    EXPECT_THROW(cache.CloseAll(), std::bad_alloc);
+    EXPECT_FALSE(cache.Reliable());
+  }
+  EXPECT_EQ(commits, 1);
 }
 
 TEST_F(BoardCache, FilesStillHeldAtTheEndCloseWithTheirHandle) {

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <iostream>
+#include <new>
 #include <thread>
 
 namespace {
@@ -151,6 +152,55 @@ TEST_F(MailFailures, AnUnansweredResetEndsTheConnectionWithoutQuit) {
   EXPECT_EQ(Run(task), 0);
   EXPECT_FALSE(Sent("QUIT"));
   EXPECT_EQ(Left(), 2u);
+}
+
+TEST_F(MailFailures, ACommitLostOnABrokenConnectionEndsItWithoutQuit) {
+  Serve({Post("General", "one"), Post("Other", "two"), Post("General", "three")},
+        {ParseDeviation("RETR 3 silent")});
+  TMailRetrievalTask task(setup_, state_);
+  task.Client().SetTimeout(500);
+  task.SetCommit(FailFrom(2));
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_FALSE(Sent("RSET")) << "its reply could not be told from a late one";
+  EXPECT_FALSE(Sent("QUIT"));
+  EXPECT_EQ(Left(), 3u);
+}
+
+TEST_F(MailFailures, AnExceptionOutOfTheCommitEndsTheRunWithoutQuit) {
+  Serve({Post("General", "one")});
+  TMailRetrievalTask task(setup_, state_);
+  task.SetCommit([](TStorage&) -> int { throw std::bad_alloc(); });
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_FALSE(Sent("QUIT"));
+  EXPECT_EQ(Left(), 1u);
+}
+
+TEST_F(MailFailures, AnExceptionOutOfACommitDuringTheRunEndsItWithoutQuit) {
+  std::string body;
+  for (int i = 0; i < 90000; ++i) body += std::string(60, 'y') + "\n";
+  Serve({Post("General", "large", body), Post("Other", "fine")});
+  TMailRetrievalTask task(setup_, state_);
+  task.SetCommit([count = 0](TStorage& storage) mutable -> int {
+    if (++count == 1) throw std::bad_alloc();
+    return storage.Commit();
+  });
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_FALSE(Sent("QUIT"));
+  EXPECT_EQ(Left(), 2u) << "rather twice than never";
+  EXPECT_EQ(test::SubjectsOf("Other", data_), "fine;");
+}
+
+// Taking the last entry off a list writes no byte, it only cuts the list.
+TEST_F(MailFailures, ACancellationThatCannotBeCommittedStaysInTheMailbox) {
+  TForum* forum = OpenForum("General", data_.c_str());
+  ASSERT_EQ(AddMailingList("ann@example.org", "Ann", forum), 1);
+  CloseForum(forum);
+  Serve({Post("General", "Unsubscribe")});
+  TMailRetrievalTask task(setup_, state_);
+  task.SetCommit(FailFrom(1));
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_TRUE(HistoryHas("Cannot save message to [General]"));
+  EXPECT_EQ(Left(), 1u);
 }
 
 TEST_F(MailFailures, AnAbortAfterALostCommitEndsTheConnectionWithoutQuit) {

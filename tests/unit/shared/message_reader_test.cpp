@@ -4,7 +4,6 @@
 #include "board_reading.h"
 #include "retrieval_fixture.h"
 #include "shared/attachment_name.h"
-#include "shared/message_text.h"
 
 #include <iterator>
 
@@ -29,7 +28,7 @@ class MessageReader : public test::RetrievalFixture {
     TMessageReader reader(client, site_, continue_);
     const TReadResult result = reader.Read(*mail_, attachments);
     item_ = test::ItemOf(*mail_);
-    files_ = reader.Files();
+    if (take_) files_ = reader.TakeFiles();
     // The reader took the whole message: the next command gets its own reply.
     if (result != TReadResult::kBroken) {
       EXPECT_EQ(client.GetInfo(1), 1);
@@ -56,6 +55,7 @@ class MessageReader : public test::RetrievalFixture {
   std::unique_ptr<TMail> mail_;
   test::Item item_;
   std::vector<std::string> files_;
+  bool take_ = true;  // what the reader left is taken over
 };
 
 TEST_F(MessageReader, CopiesTheHeaders) {
@@ -220,6 +220,15 @@ TEST_F(MessageReader, FilesThatAreThereAreNeverTouched) {
   }
 }
 
+TEST_F(MessageReader, FilesThatNobodyTakesGoWithTheReader) {
+  take_ = false;
+  ASSERT_EQ(Read(Multipart(Part(File("application/octet-stream", "a.txt"), "x") +
+                           Part(File("image/png", "a.png"), "y"))),
+            TReadResult::kRead);
+  EXPECT_EQ(item_.attachments.size(), 2u);
+  EXPECT_TRUE(SiteFiles().empty());
+}
+
 TEST_F(MessageReader, NoFileIsKeptWhenAttachmentsAreNotAllowed) {
   ASSERT_EQ(Read(Multipart(Part(File("application/octet-stream", "a.txt"), "x") +
                            Part(File("image/gif", "a.gif"), "x") +
@@ -333,6 +342,16 @@ TEST_F(MessageReader, AReferenceByIdentifierBecomesTheStoredName) {
             "<img src=\"" + name + "\"> <img src='" + name + "'> <a href=cid:one@xy>\r\n");
 }
 
+TEST_F(MessageReader, AnImageTypeInAnotherParameterMakesNoImageInStandardMode) {
+  ASSERT_EQ(Read(Multipart(Part("Content-Type: application/octet-stream; x=\"image/gif\"\n", "x") +
+                           Part("Content-Type: IMAGE/GIF\n", "y")),
+                 true),
+            TReadResult::kRead);
+  ASSERT_EQ(item_.attachments.size(), 2u);
+  EXPECT_EQ(item_.attachments[0].first.substr(4), "file");
+  EXPECT_EQ(item_.attachments[1].first.substr(4), "image.gif");
+}
+
 TEST_F(MessageReader, AnIdentifierThatNothingRefersToIsAppendedAsAReference) {
   ASSERT_EQ(Read(Multipart(Part("Content-Type: text/html\n", "<p>x</p>") +
                                Part("Content-ID: <one@x>\n" + File("image/png", "a.png"), "png"),
@@ -355,11 +374,11 @@ TEST_F(MessageReader, FormsNeverSetWhatTheBoardReliesOn) {
   ASSERT_EQ(Read("From: a@b\nTo: c@d\nContent-Type: application/x-www-form-urlencoded\n\n"
                  "Name=9&LINK+ID=9&Sent+to+mailing+list=9&Vote+Count=9&Document+Type=9&CHARSET=9&"
                  "Header+Charset=9&FROM=9&TO=9&E-Mail+Address=9&Creation+time=9&Last+Modify+Time=9&"
-                 "from=9\n"),
+                 "From+Name=9&From+Email+Address=9&from=9\n"),
             TReadResult::kRead);
-  for (const char* key :
-       {"Name", "LINK ID", "Sent to mailing list", "Vote Count", "Document Type", "CHARSET",
-        "Header Charset", "FROM", "TO", "E-Mail Address", "Creation time", "Last Modify Time"}) {
+  for (const char* key : {"Name", "LINK ID", "Sent to mailing list", "Vote Count", "Document Type",
+                          "CHARSET", "Header Charset", "FROM", "TO", "E-Mail Address",
+                          "Creation time", "Last Modify Time", "From Name", "From Email Address"}) {
     char value[128] = "";
     mail_->ReadInfo(key, value, sizeof value);
     EXPECT_STRNE(value, "9") << key;
@@ -390,6 +409,14 @@ TEST_F(MessageReader, TheTextOfTheMailGoesBeforeTheFormsContent) {
   EXPECT_EQ(item_.content, "the text\r\n");
   EXPECT_STREQ(mail_->String("Content"), "other");
   EXPECT_STREQ(mail_->String("Colour"), "red");
+}
+
+TEST_F(MessageReader, EmptyLinesAreNoTextThatKeepsTheFormsContentOut) {
+  ASSERT_EQ(Read(Multipart(
+                Part("Content-Type: text/plain\n", "\n \n") +
+                Part("Content-Type: application/x-www-form-urlencoded\n", "Content=the+text"))),
+            TReadResult::kRead);
+  EXPECT_NE(item_.content.find("the text"), std::string::npos);
 }
 
 TEST_F(MessageReader, PostedFormsArriveAsAFileToo) {
@@ -452,7 +479,7 @@ TEST_F(MessageReader, AConnectionThatBreaksInAFileLeavesNoFile) {
   TMessageReader reader(client, site_, continue_);
   EXPECT_EQ(reader.Read(mail, true), TReadResult::kBroken);
   EXPECT_TRUE(SiteFiles().empty());
-  EXPECT_TRUE(reader.Files().empty());
+  EXPECT_TRUE(reader.TakeFiles().empty());
 }
 
 TEST_F(MessageReader, LongLinesKeepEveryByte) {
@@ -474,20 +501,6 @@ TEST_F(MessageReader, HostileHeadersDoNoHarm) {
   for (const std::string& mail : mails) {
     EXPECT_EQ(Read(mail), TReadResult::kRead) << mail.substr(0, 60);
   }
-}
-
-TEST(MessageText, EscapesWhatMeansSomethingInHtml) {
-  EXPECT_EQ(brevant::EscapeHtml("a<b>&\"'"), "a&lt;b&gt;&amp;&quot;'");
-}
-
-TEST(MessageText, ReplacesOnlyWholeIdentifiers) {
-  int count = 0;
-  EXPECT_EQ(brevant::ReplaceContentId("cid:a cid:ab Cid:a\" xcid:a", "cid:a", "N", count),
-            "N cid:ab N\" xN");
-  EXPECT_EQ(count, 3);
-  EXPECT_EQ(brevant::ReplaceContentId("", "cid:a", "N", count), "");
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(brevant::ReplaceContentId(":::cid:", "cid:a", "N", count), ":::cid:");
 }
 
 }  // namespace
