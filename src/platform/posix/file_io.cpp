@@ -6,6 +6,7 @@
 #include "platform/posix/folded_names.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
+#include "platform/posix/structured_storage_file.h"
 #include "platform/posix/times.h"
 
 #include <algorithm>
@@ -61,12 +62,22 @@ class OpenFile {
   FileReference Reference() const { return FileReference(descriptor_); }
   // As at the opening.
   const FileFacts& Facts() const { return facts_; }
+  // The opening made the file, at this path.
+  void SetNewPath(std::string path) { newPath_ = std::move(path); }
+
+  // Makes the content durable and, for a file that the opening made, that it is there.
+  bool Sync() const {
+    if (::fsync(descriptor_) != 0) return false;
+    if (!newPath_.empty()) brevant::posix::SyncDirectoryOf(newPath_);
+    return true;
+  }
 
  private:
   int descriptor_ = -1;
   DWORD access_;
   FileFacts facts_;
   bool entered_ = false;
+  std::string newPath_;
 };
 
 // The files that handles stand for. A handle is the address of its object, so a stale one is found
@@ -138,6 +149,7 @@ struct OpenRequest {
   DWORD creation;
   DWORD flags;
   bool existed = false;
+  std::string newPath;
 };
 
 // A descriptor, or -1 with the last error set.
@@ -162,7 +174,11 @@ int OpenDescriptor(const char* name, OpenRequest* request) {
     } else {
       brevant::posix::NameChange change(resolved.path);
       const int descriptor = ::open(resolved.path.c_str(), mode, 0666);
-      if (descriptor >= 0) return change.Added(), descriptor;
+      if (descriptor >= 0) {
+        change.Added();
+        request->newPath = resolved.path;
+        return descriptor;
+      }
     }
     const bool raced = resolved.found ? errno == ENOENT : errno == EEXIST;
     if (!raced) return FailFromErrno(), -1;
@@ -206,7 +222,7 @@ HANDLE CreateFileA(const char* name, DWORD access, DWORD share, void* security, 
   if (!ValidCall(access, share, security, creation, flags, templateFile)) {
     return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
   }
-  OpenRequest request{access, share, creation, flags};
+  OpenRequest request{access, share, creation, flags, false, {}};
   // Made first, so that whatever fails from here on closes the file.
   auto file = std::make_shared<OpenFile>(access);
   const int descriptor = OpenDescriptor(name, &request);
@@ -214,6 +230,7 @@ HANDLE CreateFileA(const char* name, DWORD access, DWORD share, void* security, 
   DWORD error = file->Enter(descriptor, share);
   if (error == ERROR_SUCCESS) error = Prepare(*file, request);
   if (error != ERROR_SUCCESS) return Fail(error), INVALID_HANDLE_VALUE;
+  file->SetNewPath(std::move(request.newPath));
   const bool tells = creation == CREATE_ALWAYS || creation == OPEN_ALWAYS;
   SetLastError(tells && request.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
   return HandleTable::Instance().Add(std::move(file));
@@ -290,7 +307,7 @@ BOOL SetEndOfFile(HANDLE handle) {
 BOOL FlushFileBuffers(HANDLE handle) {
   const std::shared_ptr<OpenFile> file = FindFile(handle, GENERIC_WRITE);
   if (file == nullptr) return FALSE;
-  return ::fsync(file->Descriptor()) == 0 ? TRUE : FailFromErrno();
+  return file->Sync() ? TRUE : FailFromErrno();
 }
 
 DWORD GetFileSize(HANDLE handle, DWORD* high) {
