@@ -385,6 +385,19 @@ TEST_F(MailTask, AddressesThatNoListMayHoldAreRefused) {
   EXPECT_TRUE(HistoryHas("Cannot unsubscribe \"*\" from [General]"));
 }
 
+TEST_F(MailTask, AFormSubscribesTheSenderOnly) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  Serve(
+      {"From: Ann <ann@example.org>\nTo: \"[My_Board:General]\" <x@y>\nSubject: s\nContent-Type: "
+       "application/x-www-form-urlencoded\n\nSubject=Subscribe&From+Email+Address=bob%40b&From+"
+       "Name=Bob&E-Mail+Address=bob%40b\n"});
+  EXPECT_EQ(Run(), 1);
+  TForum* forum = OpenForum("General", data_.c_str());
+  EXPECT_STREQ(GetMailingListName("ann@example.org", forum), "Ann");
+  EXPECT_EQ(FindMailingList("bob@b", forum), 0);
+  CloseForum(forum);
+}
+
 TEST_F(MailTask, FormatCharactersInMailReachHistoryAndLogUnharmed) {
   ASSERT_TRUE(test::MakeForum("General", data_));
   test::WriteFileBytes(data_ + "%s%n.mwd", "no document");
