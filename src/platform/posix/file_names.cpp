@@ -63,7 +63,7 @@ std::string AsSpelled(const Resolved& resolved, const char* name) {
 }
 
 bool CopyBytes(int from, int to) {
-  std::vector<char> buffer(64 * 1024);
+  std::vector<char> buffer(std::size_t{64} * 1024);
   for (;;) {
     const ssize_t got = ::read(from, buffer.data(), buffer.size());
     if (got < 0 && errno == EINTR) continue;
