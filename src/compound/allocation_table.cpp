@@ -61,6 +61,18 @@ std::uint32_t AllocationTable::Next(std::uint32_t sector) {
   return next;
 }
 
+void AllocationTable::Follow(std::uint32_t sector, std::size_t most,
+                             std::vector<std::uint32_t>* chain) {
+  const std::uint32_t per = EntriesPerSector();
+  const std::uint32_t piece = sector / per;
+  const std::uint8_t* entries = pager_.Read(Location(piece));
+  for (; most > 0 && sector / per == piece; --most) {
+    sector = Load32(entries + 4 * (sector % per));
+    if (sector >= Count()) return;
+    chain->push_back(sector);
+  }
+}
+
 void AllocationTable::SetNext(std::uint32_t sector, std::uint32_t next) { Set(sector, next); }
 
 bool AllocationTable::IsUsable(std::uint32_t sector) {

@@ -12,6 +12,7 @@ class AllocationTable final : public LinkTable {
   AllocationTable(Pager& pager, Header& header);
 
   std::uint32_t Next(std::uint32_t sector) override;
+  void Follow(std::uint32_t sector, std::size_t most, std::vector<std::uint32_t>* chain) override;
   std::uint32_t Count() const override { return pager_.SectorCount(); }
   void SetNext(std::uint32_t sector, std::uint32_t next);
 

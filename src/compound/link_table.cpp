@@ -2,6 +2,7 @@
 
 #include "compound/byte_file.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace compound {
@@ -32,6 +33,13 @@ bool Chain::Step(LinkTable& table) {
   return true;
 }
 
+// Takes what the table has at hand behind the last sector, up to a length.
+void Chain::Run(LinkTable& table, std::size_t wanted) {
+  wanted = std::min<std::size_t>(wanted, table.Count());
+  if (complete_ || sectors_.size() >= wanted) return;
+  table.Follow(sectors_.back(), wanted - sectors_.size(), &sectors_);
+}
+
 void Chain::Walk(LinkTable& table, std::uint32_t index) {
   if (!Has(table, index)) throw Error(Status::kCorrupt);
 }
@@ -39,6 +47,7 @@ void Chain::Walk(LinkTable& table, std::uint32_t index) {
 bool Chain::Has(LinkTable& table, std::uint32_t index) {
   while (index >= sectors_.size()) {
     if (!Step(table)) return false;
+    Run(table, std::size_t{index} + 1);
   }
   return true;
 }
@@ -51,6 +60,7 @@ std::uint32_t Chain::Length(LinkTable& table) {
       complete_ = true;
     } else {
       Step(table);
+      Run(table, table.Count());
     }
   }
   return static_cast<std::uint32_t>(sectors_.size());

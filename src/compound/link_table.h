@@ -15,6 +15,11 @@ class LinkTable {
  public:
   // The sector after this one, or kEndOfChain. Throws kCorrupt when the entry names no sector.
   virtual std::uint32_t Next(std::uint32_t sector) = 0;
+  // Adds sectors that follow a chain's sound sector, at most so many: as far as the same piece of
+  // the table tells, up to the chain's end or the first entry that names no sector.
+  virtual void Follow(std::uint32_t sector, std::size_t most, std::vector<std::uint32_t>* chain) {
+    static_cast<void>(sector), static_cast<void>(most), static_cast<void>(chain);
+  }
   virtual std::uint32_t Count() const = 0;
 
  protected:
@@ -42,6 +47,7 @@ class Chain {
  private:
   void Walk(LinkTable& table, std::uint32_t index);
   bool Step(LinkTable& table);
+  void Run(LinkTable& table, std::size_t wanted);
 
   std::uint32_t first_ = kEndOfChain;
   bool complete_ = true;
