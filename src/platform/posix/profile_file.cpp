@@ -126,7 +126,7 @@ bool ProfileFile::IsStillTheFile(struct stat* facts) const {
 
 // One call reads a file of the expected size; only another size takes more.
 bool ProfileFile::ReadBytes(std::size_t expected, std::string* bytes) const {
-  constexpr std::size_t kStep = 16 * 1024;
+  constexpr std::size_t kStep = std::size_t{16} * 1024;
   if (expected > kLargestProfile) return Fail(ERROR_NOT_ENOUGH_MEMORY) != 0;
   bytes->resize(expected);
   std::size_t size = 0;

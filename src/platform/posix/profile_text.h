@@ -13,7 +13,7 @@
 namespace brevant::posix {
 
 // Larger files are no profiles.
-inline constexpr std::size_t kLargestProfile = 64 * 1024 * 1024;
+inline constexpr std::size_t kLargestProfile = std::size_t{64} * 1024 * 1024;
 
 // The value without one pair of equal quotes around it.
 std::string_view UnquoteProfileValue(std::string_view value);
