@@ -39,8 +39,8 @@ void FormatDottedAddress(DWORD address, char* buffer, int size) {
   if (size < kLeastRoom) return;
   std::array<unsigned char, 4> bytes{};
   std::memcpy(bytes.data(), &address, sizeof address);
-  std::snprintf(buffer, static_cast<std::size_t>(size), "%d.%d.%d.%d", bytes[0], bytes[1], bytes[2],
-                bytes[3]);
+  static_cast<void>(std::snprintf(buffer, static_cast<std::size_t>(size), "%d.%d.%d.%d", bytes[0],
+                                  bytes[1], bytes[2], bytes[3]));
 }
 
 }  // namespace brevant

@@ -195,6 +195,8 @@ const TTime& TProtocol::ResourceTime() { return resourceTime_; }
 
 const char* TProtocol::GetDescription() { return ProtocolName(); }
 
+// Hosts and clients call it like printf.
+// NOLINTNEXTLINE(cert-dcl50-cpp)
 void TProtocol::DisplayHistory(const char* format, ...) {
   if (myHistoryFunction == nullptr) return;
   va_list arguments;

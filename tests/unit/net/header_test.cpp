@@ -106,6 +106,12 @@ TEST_F(HeaderTest, ALongLineIsCutAt1023CharactersAndLosesOne) {
   EXPECT_EQ(fields, (List{{"A", std::string(1020, 'a')}, {"B", "rest"}}));
 }
 
+TEST_F(HeaderTest, ALineOfExactly1023CharactersEndsTheHeader) {
+  // Its carriage return is lost, and the line feed left over is an empty line.
+  const std::string line = "A: " + std::string(1020, 'a');
+  EXPECT_EQ(Fields(line + "\r\nB: x\r\n", 0, 1100), (List{{"A", std::string(1020, 'a')}}));
+}
+
 TEST_F(HeaderTest, NullBytesCutALine) {
   EXPECT_EQ(Fields(std::string("A: b\0c\r\nD: e\r\n", 14)), (List{{"A", "b"}, {"D", "e"}}));
 }

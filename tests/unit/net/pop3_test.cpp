@@ -366,6 +366,15 @@ TEST_F(Pop3Test, AnySecondLineBeginningWithADotEndsTheMessage) {
   EXPECT_TRUE(mailbox.client.AtMessageEnd());
 }
 
+TEST_F(Pop3Test, TheLineOfTheEndMarkIsReadUpToSevenCharactersAndLosesOne) {
+  Mailbox<TPOP3> mailbox({}, 0, RawMessage("S: s\r\n\r\na\r\n\r\n.234567x+OK rest\r\n"));
+  ASSERT_EQ(mailbox.client.OpenResource("1", 1), 1);
+  EXPECT_EQ(ReadAll(mailbox.client), "a\r\n");
+  std::array<char, 16> text;
+  EXPECT_EQ(mailbox.client.GetResponse(text.data(), 16, 1), 1);
+  EXPECT_STREQ(text.data(), "rest");
+}
+
 TEST_F(Pop3Test, ADotThatFollowsTextIsDataAndTheNextReadWaits) {
   Mailbox<TPOP3> mailbox({"Subject: s\n\none\n"});
   ASSERT_EQ(mailbox.client.OpenResource("1", 1), 1);
