@@ -388,7 +388,8 @@ TEST_F(MailTask, AddressesThatNoListMayHoldAreRefused) {
 TEST_F(MailTask, AFormSubscribesTheSenderOnly) {
   ASSERT_TRUE(test::MakeForum("General", data_));
   Serve(
-      {"From: Ann <ann@example.org>\nTo: \"[My_Board:General]\" <x@y>\nSubject: s\nContent-Type: "
+      {"From: \"Ann\" <ann@example.org>\nTo: \"[My_Board:General]\" <x@y>\nSubject: "
+       "s\nContent-Type: "
        "application/x-www-form-urlencoded\n\nSubject=Subscribe&From+Email+Address=bob%40b&From+"
        "Name=Bob&E-Mail+Address=bob%40b\n"});
   EXPECT_EQ(Run(), 1);
