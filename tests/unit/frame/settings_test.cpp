@@ -398,7 +398,8 @@ TEST_F(Settings, Utf8PassesThrough) {
 }
 
 TEST_F(Settings, GarbageIsSurvived) {
-  std::string garbage("\0\xFF[\r]=\n\n;[x\0]=y\x1A", 20);
+  const char bytes[] = "\0\xFF[\r]=\n\n;[x\0]=y\x1A";
+  std::string garbage(bytes, sizeof bytes - 1);
   for (int i = 0; i < 12; ++i) garbage += garbage;
   test::WriteFileBytes(File("settings.ini"), garbage);
   EXPECT_STREQ(Open().String("POP3 Server"), "");
