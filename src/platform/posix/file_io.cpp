@@ -169,14 +169,15 @@ int OpenDescriptor(const char* name, OpenRequest* request) {
       mode |= O_CREAT | O_EXCL;
     }
     if (resolved.found) {
+      request->newPath.clear();
       const int descriptor = ::open(resolved.path.c_str(), mode);
       if (descriptor >= 0) return descriptor;
     } else {
       brevant::posix::NameChange change(resolved.path);
+      request->newPath = resolved.path;  // before there is a descriptor that could be lost
       const int descriptor = ::open(resolved.path.c_str(), mode, 0666);
       if (descriptor >= 0) {
         change.Added();
-        request->newPath = resolved.path;
         return descriptor;
       }
     }
