@@ -70,7 +70,7 @@ std::string ShortNames::Next(std::string_view name) {
     if (number == 5) base = base.substr(0, 2) + FourDigits(name);
     const std::string count = std::to_string(number <= 4 ? number : number - 4);
     std::string candidate = base.substr(0, std::min(kBase - 1 - count.size(), std::size_t{6}));
-    candidate += "~" + count + ending;
+    candidate.append("~").append(count).append(ending);
     if (taken_.insert(candidate).second) return candidate;
   }
 }
