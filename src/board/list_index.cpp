@@ -14,7 +14,7 @@ constexpr std::size_t kRecord = kMessageRecordSize;
 constexpr std::size_t kBlock = 512 * kRecord;
 constexpr std::size_t kLongestKeyRead = 64;
 // Room taken at once for what a list says its length is; a damaged file can say anything.
-constexpr std::size_t kMostReserved = 64 * 1024;
+constexpr std::size_t kMostReserved = std::size_t{64} * 1024;
 // Below this many dropped entries or bytes tidying up is not worth it.
 constexpr std::size_t kTidyEntries = 64;
 constexpr std::size_t kTidyBytes = 4096;

@@ -1,6 +1,7 @@
 #include "compound/allocation_table.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace compound {
@@ -19,7 +20,7 @@ void AllocationTable::LoadDifat(std::uint32_t fatIndex) {
   const std::uint32_t perSector = EntriesPerSector() - 1;
   while (locations_.size() <= fatIndex) {
     std::uint32_t sector = header_.firstDifatSector;
-    if (!difat_.empty()) sector = Load32(pager_.Read(difat_.back()) + 4 * perSector);
+    if (!difat_.empty()) sector = Load32(pager_.Read(difat_.back()) + std::size_t{4} * perSector);
     if (sector >= pager_.SectorCount() || difat_.size() >= header_.difatSectors) {
       throw Error(Status::kCorrupt);
     }
@@ -27,7 +28,7 @@ void AllocationTable::LoadDifat(std::uint32_t fatIndex) {
     const std::uint8_t* entries = pager_.Read(sector);
     std::vector<std::uint32_t> named(
         std::min<std::size_t>(perSector, header_.fatSectors - locations_.size()));
-    for (std::size_t i = 0; i < named.size(); ++i) named[i] = Load32(entries + 4 * i);
+    for (std::size_t i = 0; i < named.size(); ++i) named[i] = Load32(entries + std::size_t{4} * i);
     difat_.reserve(difat_.size() + 1);
     locations_.insert(locations_.end(), named.begin(), named.end());
     difat_.push_back(sector);
@@ -46,12 +47,12 @@ std::uint32_t AllocationTable::Location(std::uint32_t fatIndex) {
 
 std::uint32_t AllocationTable::Get(std::uint32_t sector) {
   const std::uint32_t per = EntriesPerSector();
-  return Load32(pager_.Read(Location(sector / per)) + 4 * (sector % per));
+  return Load32(pager_.Read(Location(sector / per)) + std::size_t{4} * (sector % per));
 }
 
 void AllocationTable::Set(std::uint32_t sector, std::uint32_t value) {
   const std::uint32_t per = EntriesPerSector();
-  Store32(pager_.Write(Location(sector / per)) + 4 * (sector % per), value);
+  Store32(pager_.Write(Location(sector / per)) + std::size_t{4} * (sector % per), value);
 }
 
 std::uint32_t AllocationTable::Next(std::uint32_t sector) {
@@ -67,7 +68,7 @@ void AllocationTable::Follow(std::uint32_t sector, std::size_t most,
   const std::uint32_t piece = sector / per;
   const std::uint8_t* entries = pager_.Read(Location(piece));
   for (; most > 0 && sector / per == piece; --most) {
-    sector = Load32(entries + 4 * (sector % per));
+    sector = Load32(entries + std::size_t{4} * (sector % per));
     if (sector >= Count()) return;
     chain->push_back(sector);
   }
@@ -84,7 +85,8 @@ void AllocationTable::LookAt(std::uint32_t fatIndex) {
   const std::uint32_t first = fatIndex * per;
   const std::uint8_t* entries = pager_.Read(Location(fatIndex));
   for (std::uint32_t i = std::min(per, Count() - std::min(first, Count())); i-- > 0;) {
-    if (Load32(entries + 4 * i) == kFreeSector && !pager_.IsHeld(first + i)) free_.Add(first + i);
+    if (Load32(entries + std::size_t{4} * i) == kFreeSector && !pager_.IsHeld(first + i))
+      free_.Add(first + i);
   }
 }
 
@@ -140,7 +142,7 @@ void AllocationTable::AddTableSector() {
   const std::uint32_t perSector = EntriesPerSector() - 1;
   const auto slot = static_cast<std::uint32_t>((index - kHeaderDifat) % perSector);
   if ((index - kHeaderDifat) / perSector >= difat_.size()) GrowDifat();
-  Store32(pager_.Write(difat_[(index - kHeaderDifat) / perSector]) + 4 * slot, sector);
+  Store32(pager_.Write(difat_[(index - kHeaderDifat) / perSector]) + std::size_t{4} * slot, sector);
 }
 
 void AllocationTable::GrowDifat() {

@@ -1,6 +1,7 @@
 #include "compound/mini_stream.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace compound {
@@ -23,12 +24,12 @@ void MiniStream::Attach(std::uint32_t first, std::uint64_t size) {
 
 std::uint32_t MiniStream::Get(std::uint32_t sector) {
   const std::uint32_t per = EntriesPerSector();
-  return Load32(pager_.Read(table_.At(fat_, sector / per)) + 4 * (sector % per));
+  return Load32(pager_.Read(table_.At(fat_, sector / per)) + std::size_t{4} * (sector % per));
 }
 
 void MiniStream::Set(std::uint32_t sector, std::uint32_t value) {
   const std::uint32_t per = EntriesPerSector();
-  Store32(pager_.Write(table_.At(fat_, sector / per)) + 4 * (sector % per), value);
+  Store32(pager_.Write(table_.At(fat_, sector / per)) + std::size_t{4} * (sector % per), value);
 }
 
 std::uint32_t MiniStream::Next(std::uint32_t sector) {
@@ -45,7 +46,7 @@ void MiniStream::LookAt(std::uint32_t index) {
   const std::uint32_t first = index * per;
   const std::uint8_t* entries = pager_.Read(table_.At(fat_, index));
   for (std::uint32_t i = std::min(per, count_ - std::min(first, count_)); i-- > 0;) {
-    if (Load32(entries + 4 * i) == kFreeSector) free_.Add(first + i);
+    if (Load32(entries + std::size_t{4} * i) == kFreeSector) free_.Add(first + i);
   }
 }
 

@@ -172,24 +172,22 @@ int TBoardCache::CommitEntry(TEntry& entry) {
   return committed;
 }
 
-// The entry stays alive in the caller's pointer; the list lets go of it.
-int TBoardCache::Close(const std::shared_ptr<TEntry>& entry) {
-  const std::shared_ptr<TEntry> kept = entry;
-  const int committed = CommitEntry(*kept);
-  kept->forum->Close();
-  std::erase(entries_, kept);
+// Takes its own pointer: the one in the list goes.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+int TBoardCache::Close(std::shared_ptr<TEntry> entry) {
+  const int committed = CommitEntry(*entry);
+  entry->forum->Close();
+  std::erase(entries_, entry);
   return committed;
 }
 
 void TBoardCache::Unpin(const std::shared_ptr<TEntry>& entry) noexcept {
   if (--entry->pins != 0) return;
   try {
-    if (entry->closing || entry->lost) {
-      Close(entry);
-    } else if (entry->forum->Storage().BytesSinceCommit() > limits_.uncommittedBytes &&
-               CommitEntry(*entry) == 0) {
-      Close(entry);
-    }
+    const bool closes = entry->closing || entry->lost ||
+                        (entry->forum->Storage().BytesSinceCommit() > limits_.uncommittedBytes &&
+                         CommitEntry(*entry) == 0);
+    if (closes) Close(entry);
   } catch (...) {
     reliable_ = false;
   }

@@ -110,7 +110,7 @@ class TBoardCache {
 
   static TKey Key(TBoardKind kind, const std::string& name);
   int CommitEntry(TEntry& entry);
-  int Close(const std::shared_ptr<TEntry>& entry);
+  int Close(std::shared_ptr<TEntry> entry);
   bool MakeRoom();
   void Unpin(const std::shared_ptr<TEntry>& entry) noexcept;
 

@@ -288,7 +288,7 @@ bool THtmlSite::RequestContainerPage(std::string_view templateName, std::string*
   const std::optional<int> number = FindTemplate(file, error);
   if (!number || !NameContainerPage(*number, fileName, error)) return false;
   TPage page = LinkedFromHere(*number);
-  page.kind = static_cast<std::int8_t>(Top().kind);
+  page.kind = static_cast<std::int16_t>(Top().kind);
   page.container = Top().container;
   pages_.Add(*fileName, page);
   return true;
@@ -299,7 +299,7 @@ bool THtmlSite::RequestItemPage(std::string_view templateName, std::string* file
   const std::optional<int> number = FindTemplate(TemplateFileName(templateName), error);
   if (!number || !NameItemPage(*number, fileName, error)) return false;
   TPage page = LinkedFromHere(*number);
-  page.kind = static_cast<std::int8_t>(Top().kind);
+  page.kind = static_cast<std::int16_t>(Top().kind);
   page.container = Top().container;
   page.item = Items().At(Top().item).index;
   page.hasItem = true;

@@ -39,9 +39,7 @@ TTime NewestDataFile(const std::string& directory) {
 
 THtmlTask::THtmlTask(TSetup* setup, TPersistentState* state) : TTask(setup, state) {}
 
-void THtmlTask::TraceHere(const std::source_location& where) {
-  brevant::Trace(state_, kModule, static_cast<int>(where.line()));
-}
+void THtmlTask::TraceHere(int line) { brevant::Trace(state_, kModule, line); }
 
 int THtmlTask::Execute() {
   int done = 0;

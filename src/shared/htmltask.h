@@ -3,7 +3,6 @@
 
 #include <brevant/frame.h>
 
-#include <source_location>
 #include <string>
 
 class THtmlTask : public TTask {
@@ -18,5 +17,6 @@ class THtmlTask : public TTask {
  private:
   int ExecuteRun();
   bool IsDue() const;
-  void TraceHere(const std::source_location& where = std::source_location::current());
+  // Leaves the line of the call in the persistent state.
+  void TraceHere(int line = __builtin_LINE());
 };

@@ -56,9 +56,7 @@ void TMailRetrievalTask::Abort() {
   TTask::Abort();
 }
 
-void TMailRetrievalTask::TraceHere(const std::source_location& where) {
-  brevant::Trace(state_, kModule, static_cast<int>(where.line()));
-}
+void TMailRetrievalTask::TraceHere(int line) { brevant::Trace(state_, kModule, line); }
 
 int TMailRetrievalTask::Execute() {
   if (setup_ == nullptr) return 0;

@@ -9,7 +9,6 @@
 #include <brevant/frame.h>
 #include <brevant/net.h>
 
-#include <source_location>
 #include <string>
 
 class TMailRetrievalTask : public TTask {
@@ -45,7 +44,8 @@ class TMailRetrievalTask : public TTask {
   bool DeleteMessage(TRun& run);
   void LogOff(TRun& run);
   bool DeleteSafeOnly(TRun& run);
-  void TraceHere(const std::source_location& where = std::source_location::current());
+  // Leaves the line of the call in the persistent state.
+  void TraceHere(int line = __builtin_LINE());
   bool Aborted() const { return continue_ == 0; }
 
   TMIMEEnabledPOP3 client_;

@@ -13,7 +13,7 @@ namespace {
 // More than a longest line, since a line that fills the buffer loses a byte.
 constexpr std::size_t kLineBuffer = 65536;
 // A form beyond this is cut.
-constexpr std::size_t kLargestForm = 4u * 1024 * 1024;
+constexpr std::size_t kLargestForm = std::size_t{4} * 1024 * 1024;
 constexpr int kAttachmentRecord = 128;
 // The body of a web form as older browsers attach it.
 constexpr std::string_view kFormFile = "POSTDATA.ATT";

@@ -47,7 +47,7 @@ struct TPage {
   int container = -1;      // position among the containers of the kind; -1 for none
   std::uint32_t back = 0;  // number of the page that asked for this one
   DWORD item = 0;          // the number of an item of the container; meant when hasItem is set
-  std::int8_t kind = 0;
+  std::int16_t kind = 0;
   bool hasItem = false;
   bool hasBack = false;
 };

@@ -12,7 +12,7 @@ namespace {
 
 // A directory of its own: a name that is new in a directory costs as much as the directory is long.
 constexpr std::string_view kUnfinishedName = "~brevant.tmp";
-constexpr DWORD kBlockBytes = 65536;
+constexpr std::size_t kBlockBytes = 65536;
 
 std::string LowerCased(std::string_view text) {
   std::string lower(text);

@@ -12,6 +12,8 @@ namespace brevant {
 inline std::basic_string<OLECHAR> WideName(const char* name) {
   std::basic_string<OLECHAR> wide;
   for (; *name != '\0'; ++name) {
+    // Bytes of 128 and more become units from FF80 on.
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c)
     const auto extended = static_cast<std::int16_t>(static_cast<signed char>(*name));
     wide.push_back(static_cast<OLECHAR>(static_cast<std::uint16_t>(extended)));
   }

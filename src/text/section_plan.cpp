@@ -175,6 +175,7 @@ class TPlanner {
     }
     std::sort(keyed.begin(), keyed.end());
     std::vector<int> order;
+    order.reserve(keyed.size());
     for (const auto& [key, objects] : keyed) order.push_back(objects);
     return order;
   }

@@ -127,7 +127,7 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* parts, FILETIME* time) {
   }
   const std::int64_t seconds =
       DaysSince1601(parts->wYear, parts->wMonth, parts->wDay) * kSecondsPerDay +
-      parts->wHour * 3600 + parts->wMinute * 60 + parts->wSecond;
+      std::int64_t{parts->wHour} * 3600 + std::int64_t{parts->wMinute} * 60 + parts->wSecond;
   const auto ticks = static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
                      parts->wMilliseconds * std::uint64_t{10'000};
   if (ticks > kLastTick) return Fail(ERROR_INVALID_PARAMETER);

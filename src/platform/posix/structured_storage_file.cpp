@@ -305,7 +305,7 @@ StorageFile::~StorageFile() {
   ::close(descriptor_);
 }
 
-void StorageFile::SetDraft(std::string draft, std::unique_ptr<StorageFile> replaced) {
+void StorageFile::SetDraft(const std::string& draft, std::unique_ptr<StorageFile> replaced) {
   draft_ = Absolute(draft);
   replaced_ = std::move(replaced);
 }

@@ -34,7 +34,7 @@ class StorageFile {
 
   // Makes the file a draft: it stands under another name until it is published, then it takes the
   // place of the file given here, if one is, whose locks are held until then.
-  void SetDraft(std::string draft, std::unique_ptr<StorageFile> replaced);
+  void SetDraft(const std::string& draft, std::unique_ptr<StorageFile> replaced);
   // Gives a draft its own name, all at once: the old file stays whole up to that moment.
   HRESULT Publish();
 
