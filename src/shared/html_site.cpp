@@ -53,7 +53,8 @@ THtmlSite::THtmlSite(const TSetup& setup, const std::atomic<int>& goOn)
       selections_(1) {}
 
 bool THtmlSite::Report(const TFieldError& error) {
-  DisplayHistory("%s", error.c_str());
+  // Every page may walk over the same damaged file.
+  if (reported_.insert(error).second) DisplayHistory("%s", error.c_str());
   return false;
 }
 
@@ -84,7 +85,8 @@ std::string THtmlSite::BackPage() const {
 }
 
 TTime THtmlSite::SettingsTime() {
-  if (!settingsTime_) settingsTime_ = setup_.LastModifyTime();
+  // Not LastModifyTime, which is local: pages are compared by the times of their files.
+  if (!settingsTime_) settingsTime_ = NewestFileTime(setup_.Path());
   return *settingsTime_;
 }
 

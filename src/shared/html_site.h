@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -103,6 +104,7 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   TPageWriter* writer_ = nullptr;
   bool pageShowsTime_ = false;
   bool dataFileFailed_ = false;
+  std::set<std::string> reported_;  // what walks could not open is told once a run
 };
 
 }  // namespace brevant

@@ -18,6 +18,8 @@ constexpr const char* kLastUpdate = "Last Site Update Time";
 constexpr std::array<std::string_view, 4> kDataExtensions = {".mwd", ".mwe", ".mwf", ".mwg"};
 
 TTime ToLocal(const TTime& time) {
+  // West of Greenwich the time of no file at all would become one long past every other.
+  if (time.IsZero()) return time;
   FILETIME local{};
   return FileTimeToLocalFileTime(&time.FileTime(), &local) != 0 ? TTime(local) : TTime();
 }

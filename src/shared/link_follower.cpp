@@ -157,12 +157,14 @@ std::string TLinkFollower::FollowTarget(const std::string& path, const std::stri
 }
 
 void TLinkFollower::CopyIntoSite(const std::string& path, const TFileFacts& source) {
-  const auto [known, isNew] = copies_.try_emplace(LowerCased(source.name), path);
-  if (!isNew) {
-    if (EqualsIgnoreCase(known->second, path)) return;
-    DisplayHistory("[%s] and [%s] have one name in the site", known->second.c_str(), path.c_str());
-    known->second = path;
+  std::vector<std::string>& sources = copies_[LowerCased(source.name)];
+  for (const std::string& known : sources) {
+    if (EqualsIgnoreCase(known, path)) return;
   }
+  if (!sources.empty()) {
+    DisplayHistory("[%s] and [%s] have one name in the site", sources.back().c_str(), path.c_str());
+  }
+  sources.push_back(path);
   TFileFacts copy;
   if (FindFile(store_.Directory() + source.name, &copy) && copy.written >= source.written) return;
   switch (store_.Copy(path, source.name)) {

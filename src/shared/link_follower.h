@@ -10,7 +10,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace brevant {
@@ -61,7 +60,8 @@ class TLinkFollower {
   std::string siteRoot_;  // full paths
   std::string templateRoot_;
   std::unordered_map<std::string, TListing> listings_;
-  std::unordered_map<std::string, std::string> copies_;  // source by name in lower case
+  // What was copied, or was older than what stood there: sources by name in lower case.
+  std::unordered_map<std::string, std::vector<std::string>> copies_;
   bool allWritten_ = true;
 };
 

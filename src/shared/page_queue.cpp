@@ -23,7 +23,7 @@ const TTemplate& TTemplates::Load(int number) {
   if (!file.looked) {
     TFileFacts facts;
     file.looked = true;
-    file.found = file.path.find_first_of("*?") == std::string::npos &&
+    file.found = file.fileName.find_first_of("*?") == std::string::npos &&
                  FindFile(file.path, &facts) && ReadWholeFile(file.path, &file.bytes);
     file.written = facts.written;
   }

@@ -123,8 +123,8 @@ void TPageRun::RequestLinkedPage(const std::string& path, const TFileFacts& file
   if (setup_.String(priority.c_str()) != std::string_view("Low")) {
     setup_.String(priority.c_str(), "Low");
   }
-  site_.RequestPage(file.name,
-                    site_.Templates().Intern(setup_.String("HTML Template Directory"), assigned));
+  site_.RequestPage(file.name, site_.Templates().Intern(setup_.String("HTML Template Directory"),
+                                                        assigned, baseDirectory));
 }
 
 }  // namespace brevant

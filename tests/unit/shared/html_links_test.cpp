@@ -81,6 +81,18 @@ TEST_F(HtmlLinks, OfTwoFilesWithOneNameTheNewerEndsInTheSite) {
   EXPECT_EQ(Site("a.gif"), "newer");
 }
 
+TEST_F(HtmlLinks, TwoFilesWithOneNameAreToldOnceARun) {
+  Sub("Templates/one");
+  Sub("Templates/two");
+  Template("one/a.gif", "1");
+  Template("two/a.gif", "2");
+  const std::string both = "<img src=\"one/a.gif\"><img src=\"two/a.gif\">";
+  Template("next.htm", both);
+  Page(both + both + "<a href=\"next.htm\">n</a>");
+  EXPECT_EQ(status.size(), 2U);
+  EXPECT_EQ(history.size(), 1U);
+}
+
 TEST_F(HtmlLinks, LinkedPagesAreMadeUnderTheirOwnName) {
   Template("about.htm", "<p>$FORUM_POST$</p><a href=\"$BACK$\">back</a>");
   Template("more.HTML", "<p>more</p>");
@@ -118,6 +130,20 @@ TEST_F(HtmlLinks, ASettingNamesTheTemplateOfALinkedPage) {
   EXPECT_STREQ(setup_->String("HTML File Priority - about"), "Low");
   EXPECT_NE(ReadFileBytes(root_ / "board.ini").find("HTML File Priority - about=Low"),
             std::string::npos);
+}
+
+TEST_F(HtmlLinks, TheLinksOfItsTemplateStartWhereThoseOfTheLinkDid) {
+  Sub("Templates/sub");
+  Template("index.htm", "x");
+  Template("sub/start.htm", "<a href=\"about.htm\">x</a>");
+  Template("sub/about.htm", "not this");
+  Template("plain.htm", "<img src=\"a.gif\"><img src=\"b.gif\">");
+  Template("a.gif", "a");
+  Template("sub/b.gif", "b");
+  Set("HTML File - Forum list", "sub/start");
+  Set("HTML File - about", "plain");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(SiteFiles(), (std::vector<std::string>{"about.htm", "b.gif", "start.htm"}));
 }
 
 TEST_F(HtmlLinks, ThePriorityIsWrittenOnlyWhenItDiffers) {

@@ -111,6 +111,38 @@ TEST_F(HtmlTask, AChangedSettingMakesARunDue) {
   EXPECT_FALSE(status.empty());
 }
 
+// The next three tests run in zones on both sides of Greenwich too.
+TEST_F(HtmlTask, TheTimeOfNoFileAtAllMakesNoRunDue) {
+  std::filesystem::create_directory(root_ / "Empty");
+  Set("HTML Template Directory", root_ / "Empty/");
+  AgeSources();
+  state_->Time("Last Site Update Time", TTime::FromTicks(TTime::Now().Ticks() - 36000000000ULL));
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(status.empty());
+}
+
+TEST_F(HtmlTask, APageNewerThanTheSettingsThatItShowsIsNotSaved) {
+  Template("index.htm", "<p>$POST$</p>");
+  AgeSources(3);
+  ASSERT_EQ(Run(), 1);
+  Age(SitePath("index.htm"), 1);
+  const auto before = Snapshot();
+  Template("unrelated.txt", "makes the run due");
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(status.size(), 1U);
+  EXPECT_EQ(Snapshot(), before);
+}
+
+TEST_F(HtmlTask, APageOlderThanTheSettingsThatItShowsIsSaved) {
+  Template("index.htm", "<p>$POST$ $DATE$</p>");
+  AgeSources(3);
+  ASSERT_EQ(Run(), 1);
+  Age(SitePath("index.htm"), 1);
+  Set("BBS Short Name", "Changed");
+  ASSERT_EQ(Run(), 1);
+  EXPECT_NE(Site("index.htm").find("[Changed:Message_forum]"), std::string::npos);
+}
+
 TEST_F(HtmlTask, StoresItsTimeAsALocalTimeInThePersistentState) {
   const TTime before = TTime::Now();
   ASSERT_EQ(Run(), 1);
@@ -226,6 +258,27 @@ TEST_F(HtmlTask, ADamagedDataFileFailsTheRunButNotTheOtherPages) {
   EXPECT_TRUE(Logged("Cannot open data file of message forum Broken"));
   EXPECT_EQ(state_->Number("Last Site Update Time"), 0U);
   EXPECT_EQ(ReadFileBytes(root_ / "Data/Broken.mwd"), "not a compound document");
+}
+
+TEST_F(HtmlTask, ADamagedDataFileIsToldOnceHoweverManyPagesShowIt) {
+  WriteFileBytes(root_ / "Data/Broken.mwd", "not a compound document");
+  Template("index.htm", "<a href=\"next.htm\">n</a><ul><li>$FORUM_NAME$</li></ul>");
+  Template("next.htm", "<ul><li>$FORUM_NAME$</li></ul>");
+  EXPECT_EQ(Run(), 0);
+  EXPECT_EQ(status.size(), 2U);
+  EXPECT_EQ(CountLogged("Cannot open data file of message forum Broken"), 1);
+}
+
+TEST_F(HtmlTask, TheTemplateDirectorysOwnNameMayHoldAnyCharacter) {
+  const std::string odd = root_ / "What?/";
+  std::error_code error;
+  if (!std::filesystem::create_directory(odd, error)) {
+    GTEST_SKIP() << "no such names on this platform";
+  }
+  WriteFileBytes(odd + "index.htm", "<p>odd</p>");
+  Set("HTML Template Directory", odd);
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Site("index.htm"), "<p>odd</p>");
 }
 
 // --- Saving --------------------------------------------------------------------------------------
