@@ -224,9 +224,9 @@ class BREVANT_API TForum {
   const brevant::TListIndex& MessageIndex();
 
  protected:
-  // Removes the oldest message when there are "Max Message Count" or more. False when that was the
-  // element inserted itself, as in a forum for no messages at all.
-  bool TrimForInsertion(DWORD inserted);
+  // Makes the element index anew, removes the oldest message when there are "Max Message Count" or
+  // more, copies message into the element and writes its record. False when one of these failed.
+  bool PlaceMessage(DWORD index, TMail& message);
   // Marks a message as changed now (Greenwich time): the links to its neighbours are others.
   void TouchMessage(DWORD index);
 
@@ -234,6 +234,8 @@ class BREVANT_API TForum {
   brevant::TPropertyCache& Properties() const;
   int OpenStreams(const char* name, int create);
   int Upgrade1To3();
+  // False when the element inserted was removed itself, as in a forum for no messages at all.
+  bool TrimForInsertion(DWORD inserted);
   void ForgetCopies();
   void ForgetCopyOf(const TStream& stream);
   brevant::TListIndex* LoadedIndex();

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <brevant/board.h>
+#include <brevant/contributor.h>
 #include <brevant/frame.h>
+#include <brevant/link_list.h>
 #include <brevant/net.h>
 #include <brevant/store.h>
+#include <brevant/survey_question.h>

@@ -2,7 +2,6 @@
 #include "board/board_files.h"
 #include "board/directory_searcher.h"
 #include "platform/win32.h"
-#include "store/guard.h"
 
 #include <brevant/board.h>
 
@@ -34,17 +33,11 @@ int DeleteForum(const char* name, const char* directory) {
 }
 
 TForumSearcher* StartForumSearch(const char* directory) {
-  if (directory == nullptr) return nullptr;
-  return brevant::Guarded<TForumSearcher*>(
-      nullptr, [&] { return std::make_unique<TForumSearcher>(directory).release(); });
+  return brevant::StartFileSearch<TForumSearcher>(directory);
 }
 
-const char* FindFirstForum(TForumSearcher* searcher) {
-  return searcher != nullptr && searcher->First() ? searcher->Name() : nullptr;
-}
+const char* FindFirstForum(TForumSearcher* searcher) { return brevant::FirstName(searcher); }
 
-const char* FindNextForum(TForumSearcher* searcher) {
-  return searcher != nullptr && searcher->Next() ? searcher->Name() : nullptr;
-}
+const char* FindNextForum(TForumSearcher* searcher) { return brevant::NextName(searcher); }
 
 void EndForumSearch(TForumSearcher* searcher) { brevant::Destroy(searcher); }

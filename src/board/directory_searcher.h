@@ -2,7 +2,9 @@
 #pragma once
 
 #include "platform/win32.h"
+#include "store/guard.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -58,5 +60,19 @@ class TBoardFileSearcher : public TDirectorySearcher {
  private:
   std::string_view extension_;
 };
+
+// What the exported searches of every container class do; the finds give a name or null.
+template <typename Searcher>
+Searcher* StartFileSearch(const char* directory) {
+  if (directory == nullptr) return nullptr;
+  return Guarded<Searcher*>(nullptr,
+                            [&] { return std::make_unique<Searcher>(directory).release(); });
+}
+inline const char* FirstName(TBoardFileSearcher* searcher) {
+  return searcher != nullptr && searcher->First() ? searcher->Name() : nullptr;
+}
+inline const char* NextName(TBoardFileSearcher* searcher) {
+  return searcher != nullptr && searcher->Next() ? searcher->Name() : nullptr;
+}
 
 }  // namespace brevant

@@ -38,15 +38,6 @@ std::vector<DWORD> MessageNumbers(const std::vector<std::string>& names, DWORD f
   return numbers;
 }
 
-// True when the element is there and open in another object.
-bool InUse(IStorage* storage, const OLECHAR* name) {
-  IStorage* element = nullptr;
-  const HRESULT result = storage->OpenStorage(name, nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
-                                              nullptr, 0, &element);
-  if (SUCCEEDED(result)) element->Release();
-  return result == STG_E_ACCESSDENIED;
-}
-
 }  // namespace
 
 // Brings a forum of layout 1 or 2, which had no message list, to layout 3.
@@ -77,19 +68,7 @@ DWORD TForum::InsertMessage(TMail& message) {
   return Guarded(DWORD{0}, [&]() -> DWORD {
     const auto last = static_cast<DWORD>(Number("Last Message Index"));
     const DWORD index = last + 1;
-    {
-      TMail element;
-      if (!element.Open(storage_, MessageKey(index).Terminated(), kReadWrite, kCreate,
-                        kExclusive)) {
-        return 0;
-      }
-      if (!TrimForInsertion(index)) return 0;
-      if (!element.Copy(message)) return 0;
-    }
-    if (!WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
-                          message.String("SUBJECT"))) {
-      return 0;
-    }
+    if (!PlaceMessage(index, message)) return 0;
     // The former newest message now has a next one: pages that show its neighbours change.
     TouchMessage(last);
     const DWORD count = static_cast<DWORD>(Number("Message Count")) + 1;
@@ -97,6 +76,18 @@ DWORD TForum::InsertMessage(TMail& message) {
                         Number("Message Count", static_cast<LONG>(count)) == 1;
     return stored ? index : 0;
   });
+}
+
+bool TForum::PlaceMessage(DWORD index, TMail& message) {
+  {
+    TMail element;
+    if (!element.Open(storage_, MessageKey(index).Terminated(), kReadWrite, kCreate, kExclusive) ||
+        !TrimForInsertion(index) || !element.Copy(message)) {
+      return false;
+    }
+  }
+  return WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
+                          message.String("SUBJECT")) != 0;
 }
 
 bool TForum::TrimForInsertion(DWORD inserted) {
@@ -152,7 +143,7 @@ int TForum::OpenAnnouncement(TMail* message) {
   if (message->Open(storage_, kAnnouncement, kReadWrite, kOpenExisting, kExclusive)) return 1;
   message->Close();
   // One that somebody has open cannot be opened either, and must not be replaced.
-  if (InUse(storage_.Interface(), OLESTR("Announcement"))) return 0;
+  if (brevant::IsOpenElsewhere(storage_.Interface(), kAnnouncement)) return 0;
   return message->Open(storage_, kAnnouncement, kReadWrite, kCreate, kExclusive);
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/win32.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 
 #include <algorithm>
 #include <charconv>
@@ -18,6 +19,16 @@ constexpr std::size_t kMostReserved = std::size_t{64} * 1024;
 // Below this many dropped entries or bytes tidying up is not worth it.
 constexpr std::size_t kTidyEntries = 64;
 constexpr std::size_t kTidyBytes = 4096;
+
+// The same for texts that differ in letter case only: FNV-1a over the lower-cased bytes.
+std::uint64_t SubjectHash(std::string_view subject) {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char c : subject) {
+    hash ^= static_cast<unsigned char>(ToLowerAscii(c));
+    hash *= 0x100000001B3U;
+  }
+  return hash;
+}
 
 }  // namespace
 
@@ -65,8 +76,8 @@ bool TListIndex::Load(TStream& list) {
   }
 }
 
-std::string_view TListIndex::Subject(std::size_t position) const {
-  const Entry& entry = entries_[head_ + position];
+std::string_view TListIndex::SubjectAt(std::size_t slot) const {
+  const Entry& entry = entries_[slot];
   return std::string_view(subjects_).substr(entry.subjectAt, entry.subjectLength);
 }
 
@@ -85,6 +96,21 @@ std::optional<std::size_t> TListIndex::Find(DWORD index, DWORD linkId) const {
     if (At(position).index == index && At(position).linkId == linkId) return position;
   }
   return std::nullopt;
+}
+
+std::optional<std::size_t> TListIndex::FindSubject(std::string_view subject) const {
+  std::size_t first = entries_.size();
+  const auto look = [&](std::size_t slot) {
+    if (slot < first && EqualsIgnoreCase(SubjectAt(slot), subject)) first = slot;
+  };
+  if (IndexSubjects()) {
+    const auto [begin, end] = subjectSlots_.equal_range(SubjectHash(subject));
+    for (auto candidate = begin; candidate != end; ++candidate) look(candidate->second);
+  } else {
+    for (std::size_t slot = head_; slot < first; ++slot) look(slot);
+  }
+  if (first == entries_.size()) return std::nullopt;
+  return first - head_;
 }
 
 DWORD TListIndex::Next(DWORD index) const {
@@ -109,8 +135,10 @@ void TListIndex::Replace(std::size_t position, MessageEntry numbers, std::string
     entry.numbers = numbers;
     return;
   }
+  DropSubject(head_ + position);
   unusedSubjectBytes_ += entry.subjectLength;
   entry = MakeEntry(numbers, subject);
+  EnterSubject(head_ + position);
   if (!sameIndex) Reindex();
   Compact();
 }
@@ -120,6 +148,7 @@ void TListIndex::Remove(std::size_t position) {
   const DWORD index = entries_[slot].numbers.index;
   unusedSubjectBytes_ += entries_[slot].subjectLength;
   if (position == 0 && !duplicates_) {
+    DropSubject(slot);
     slots_.erase(index);
     ++head_;
   } else {
@@ -137,13 +166,41 @@ TListIndex::Entry TListIndex::MakeEntry(MessageEntry numbers, std::string_view s
 }
 
 void TListIndex::IndexEntry(std::size_t slot) {
+  EnterSubject(slot);
   if (!slots_.try_emplace(entries_[slot].numbers.index, slot).second) duplicates_ = true;
 }
 
 void TListIndex::Reindex() {
+  subjectsIndexed_ = false;
+  subjectSlots_.clear();
   slots_.clear();
   duplicates_ = false;
   for (std::size_t slot = head_; slot < entries_.size(); ++slot) IndexEntry(slot);
+}
+
+bool TListIndex::IndexSubjects() const {
+  if (subjectsIndexed_) return true;
+  subjectsIndexed_ = Guarded(false, [&] {
+    subjectSlots_.clear();
+    subjectSlots_.reserve(Size());
+    for (std::size_t slot = head_; slot < entries_.size(); ++slot) {
+      subjectSlots_.emplace(SubjectHash(SubjectAt(slot)), slot);
+    }
+    return true;
+  });
+  return subjectsIndexed_;
+}
+
+void TListIndex::EnterSubject(std::size_t slot) {
+  if (subjectsIndexed_) subjectSlots_.emplace(SubjectHash(SubjectAt(slot)), slot);
+}
+
+void TListIndex::DropSubject(std::size_t slot) {
+  if (!subjectsIndexed_) return;
+  const auto [begin, end] = subjectSlots_.equal_range(SubjectHash(SubjectAt(slot)));
+  const auto entry =
+      std::find_if(begin, end, [&](const auto& candidate) { return candidate.second == slot; });
+  if (entry != end) subjectSlots_.erase(entry);
 }
 
 void TListIndex::Compact() {

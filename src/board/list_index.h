@@ -50,11 +50,13 @@ class TListIndex {
   std::size_t Size() const { return entries_.size() - head_; }
   const MessageEntry& At(std::size_t position) const { return entries_[head_ + position].numbers; }
   // Holds until the list changes.
-  std::string_view Subject(std::size_t position) const;
+  std::string_view Subject(std::size_t position) const { return SubjectAt(head_ + position); }
 
   // The first record of a message; of two with one number a list has the second only by accident.
   std::optional<std::size_t> Find(DWORD index) const;
   std::optional<std::size_t> Find(DWORD index, DWORD linkId) const;
+  // The first record with this subject, compared ignoring case.
+  std::optional<std::size_t> FindSubject(std::string_view subject) const;
   // The message after or before the first record of index; kNoMessage at the ends and when index is
   // not listed.
   DWORD Next(DWORD index) const;
@@ -76,9 +78,15 @@ class TListIndex {
     std::uint32_t subjectLength;
   };
 
+  std::string_view SubjectAt(std::size_t slot) const;
   Entry MakeEntry(MessageEntry numbers, std::string_view subject);
   void IndexEntry(std::size_t slot);
   void Reindex();
+  // Collects the subjects, for the first look-up; false when there is no memory for that.
+  bool IndexSubjects() const;
+  // Follow a change of one entry once the subjects are collected.
+  void EnterSubject(std::size_t slot);
+  void DropSubject(std::size_t slot);
   // Drops removed entries and the subjects nothing refers to.
   void Compact();
 
@@ -90,6 +98,9 @@ class TListIndex {
   // The slot in entries_ of each message's first record.
   std::unordered_map<DWORD, std::size_t> slots_;
   bool duplicates_ = false;
+  // The slots by their subjects' hashes, kept only where subjects are looked for.
+  mutable std::unordered_multimap<std::uint64_t, std::size_t> subjectSlots_;
+  mutable bool subjectsIndexed_ = false;
   bool regular_ = true;
 };
 

@@ -1,6 +1,8 @@
 #include "store/elements.h"
 
 #include "platform/win32.h"
+#include "store/guard.h"
+#include "store/wide_name.h"
 
 #include <optional>
 
@@ -68,6 +70,18 @@ std::vector<std::string> SubStorageNames(IStorage* storage) {
     if (auto narrow = NarrowName(name)) names.push_back(std::move(*narrow));
   });
   return names;
+}
+
+bool IsOpenElsewhere(IStorage* storage, const char* name) {
+  // Without memory to find out it counts as open.
+  return Guarded(true, [&] {
+    IStorage* element = nullptr;
+    const HRESULT result =
+        storage->OpenStorage(WideName(name).c_str(), nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
+                             nullptr, 0, &element);
+    if (SUCCEEDED(result)) element->Release();
+    return result == STG_E_ACCESSDENIED;
+  });
 }
 
 }  // namespace brevant

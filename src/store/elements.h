@@ -26,4 +26,7 @@ std::uint64_t BytesIn(IStorage* storage);
 // left out: nothing could open them.
 std::vector<std::string> SubStorageNames(IStorage* storage);
 
+// True when the sub-storage is there and open in another object.
+bool IsOpenElsewhere(IStorage* storage, const char* name);
+
 }  // namespace brevant
