@@ -1,9 +1,9 @@
 #include "shared/mail_routes.h"
 
-#include "shared/encoded_words.h"
 #include "shared/mailing_lists.h"
 #include "shared/subject_tag.h"
 #include "store/ascii.h"
+#include "text/encoded_words.h"
 
 namespace brevant {
 
