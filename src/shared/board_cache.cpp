@@ -3,6 +3,9 @@
 #include "platform/win32.h"
 #include "store/ascii.h"
 
+#include <brevant/link_list.h>
+#include <brevant/survey_question.h>
+
 #include <algorithm>
 
 namespace brevant {
@@ -22,15 +25,20 @@ namespace {
 constexpr int kReadWrite = static_cast<int>(STGM_READWRITE);
 constexpr int kExclusive = static_cast<int>(STGM_SHARE_EXCLUSIVE);
 
-std::unique_ptr<TForum> MakeForum() { return std::make_unique<TForum>(); }
+template <typename Container>
+std::unique_ptr<TForum> Make() {
+  return std::make_unique<Container>();
+}
 
-std::vector<std::string> ForumNames(const char* directory) {
+// The names that a board search gives.
+template <typename Searcher>
+std::vector<std::string> Search(const char* directory, Searcher* (*start)(const char*),
+                                const char* (*first)(Searcher*), const char* (*next)(Searcher*),
+                                void (*end)(Searcher*)) {
   std::vector<std::string> names;
-  const std::unique_ptr<TForumSearcher, decltype(&EndForumSearch)> search(
-      StartForumSearch(directory), EndForumSearch);
+  const std::unique_ptr<Searcher, decltype(end)> search(start(directory), end);
   if (!search) return names;
-  for (const char* name = FindFirstForum(search.get()); name != nullptr;
-       name = FindNextForum(search.get())) {
+  for (const char* name = first(search.get()); name != nullptr; name = next(search.get())) {
     names.emplace_back(name);
   }
   return names;
@@ -44,7 +52,25 @@ struct TKindRow {
 };
 
 constexpr TKindRow kKinds[] = {
-    {TBoardKind::kForum, MakeForum, ForumNames},
+    {TBoardKind::kForum, Make<TForum>,
+     [](const char* directory) {
+       return Search(directory, StartForumSearch, FindFirstForum, FindNextForum, EndForumSearch);
+     }},
+    {TBoardKind::kContributor, Make<TContributor>,
+     [](const char* directory) {
+       return Search(directory, StartContributorSearch, FindFirstContributor, FindNextContributor,
+                     EndContributorSearch);
+     }},
+    {TBoardKind::kLinkList, Make<TLinkList>,
+     [](const char* directory) {
+       return Search(directory, StartLinkListSearch, FindFirstLinkList, FindNextLinkList,
+                     EndLinkListSearch);
+     }},
+    {TBoardKind::kQuestion, Make<TSurveyQuestion>,
+     [](const char* directory) {
+       return Search(directory, StartSurveyQuestionSearch, FindFirstSurveyQuestion,
+                     FindNextSurveyQuestion, EndSurveyQuestionSearch);
+     }},
 };
 
 const TKindRow& Row(TBoardKind kind) {

@@ -15,7 +15,7 @@
 namespace brevant {
 
 // The kinds of board files, each with an extension of its own.
-enum class TBoardKind { kForum };
+enum class TBoardKind { kForum, kContributor, kLinkList, kQuestion };
 
 class TBoardCache {
  public:

@@ -14,6 +14,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace brevant {
@@ -41,24 +42,26 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   // --- TPageSite ---------------------------------------------------------------------------------
   const TSetup& Setup() const override { return setup_; }
   TTime SettingsTime() override;
+  bool DecodesText() const override { return decodesText_; }
   int ContainerCount(int kind) override;
   int FindContainer(int kind, std::string_view name) override;
   int CurrentContainer(int kind) const override;
   int CurrentItem(int kind) const override;
-  TForum* Container(TFieldError* error) override;
-  const TItemList& Items() override;
-  TMail* Item(TFieldError* error) override;
+  TForum* Container(int kind, TFieldError* error) override;
+  const TItemList& Items(int kind) override;
+  TMail* Item(int kind, TFieldError* error) override;
   void SelectContainer(int kind, int position) override;
-  void SelectItem(int position) override;
+  void SelectItem(int kind, int position) override;
   void Deselect() override { selections_.pop_back(); }
   std::string BackPage() const override;
   bool ContainerPageName(int kind, int position, std::string* fileName,
                          TFieldError* error) override;
-  bool ItemPageName(int position, std::string* fileName, TFieldError* error) override;
-  bool RequestContainerPage(std::string_view templateName, std::string* fileName,
+  bool ItemPageName(int kind, int position, std::string* fileName, TFieldError* error) override;
+  bool RequestContainerPage(int kind, std::string_view templateName, std::string* fileName,
                             TFieldError* error) override;
-  bool RequestItemPage(std::string_view templateName, std::string* fileName,
+  bool RequestItemPage(int kind, std::string_view templateName, std::string* fileName,
                        TFieldError* error) override;
+  std::optional<TSubTemplate> SubTemplate(const std::string& fileName) override;
   bool SiteHolds(const std::string& fileName) override;
   void NotePageShowsTime() override { pageShowsTime_ = true; }
 
@@ -68,7 +71,18 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   void End(int kind, TFieldLevel level) override;
 
  private:
-  // What is current. The members are let go of in reverse: the item before its container.
+  // A board file, as one of the ordered containers of a kind.
+  struct TListed {
+    TBoardKind board;
+    std::string name;
+  };
+  struct TContainers {
+    std::vector<TListed> ordered;
+    std::unordered_map<std::string, int> positions;  // by name in lower case
+  };
+
+  // What is current of one kind. The members are let go of in reverse: the item before its
+  // container.
   struct TSelected {
     int kind = kNoKind;
     int container = -1;
@@ -78,23 +92,28 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
     std::shared_ptr<TMail> mail;
   };
 
-  TSelected& Top() { return selections_.back(); }
-  const TSelected& Top() const { return selections_.back(); }
-  const std::string& ContainerName(int kind, int position);
+  // The innermost selection of a kind, which hides those below it.
+  TSelected* Innermost(int kind);
+  const TSelected* Innermost(int kind) const;
+  const TContainers& Containers(int kind);
+  const TListed& Listed(int kind, int position);
   TBoardCache::THandle OpenContainer(int kind, int position, TFieldError* error);
+  std::shared_ptr<TMail> OpenItem(const TSelected& selected, TForum& container, TFieldError* error);
   std::optional<int> FindTemplate(const std::string& fileName, TFieldError* error);
   int TemplateOfPage() const { return pages_.At(page_).templateNumber; }
   TPage LinkedFromHere(int templateNumber) const;
-  bool NameContainerPage(int templateNumber, std::string* fileName, TFieldError* error);
-  bool NameItemPage(int templateNumber, std::string* fileName, TFieldError* error);
+  bool NameContainerPage(int kind, int templateNumber, std::string* fileName, TFieldError* error);
+  bool NameItemPage(int kind, int templateNumber, std::string* fileName, TFieldError* error);
   bool Report(const TFieldError& error);
 
   const TSetup& setup_;
   const std::atomic<int>& goOn_;
   std::string templateDirectory_;
   std::string siteDirectory_;
+  bool decodesText_;
   std::optional<TTime> settingsTime_;
   TBoardCache cache_;
+  std::map<int, TContainers> containers_;  // by kind
   // Of the containers that were asked for last.
   std::map<std::pair<int, int>, std::shared_ptr<const TItemList>> itemLists_;
   std::vector<TSelected> selections_;

@@ -1,9 +1,12 @@
 #include "text/filters.h"
 
 #include "platform/win32.h"
+#include "text/charset.h"
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cstring>
 
 namespace brevant {
 namespace {
@@ -34,6 +37,7 @@ constexpr auto kEntities = std::to_array<TEntity>({
 });
 
 constexpr std::size_t kLongestName = 6;
+constexpr std::size_t kLongestNumber = 16;
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 static_assert(std::is_sorted(kEntities.begin(), kEntities.end(),
                              [](const TEntity& a, const TEntity& b) { return a.name < b.name; }));
@@ -59,14 +63,87 @@ int HexValue(char c) {
 
 bool NeedsUrlEncoding(char c) { return c == ' ' || c == '#' || c == '%' || Byte(c) >= 128; }
 
-// The length of the name that starts at text[begin]; npos when it is longer than any in the table.
-std::size_t NameLength(std::string_view text, std::size_t begin) {
-  for (std::size_t length = 0; length <= kLongestName; ++length) {
+void AppendUrlCode(std::string& text, char c) {
+  text += {'%', kHexDigits[Byte(c) >> 4], kHexDigits[Byte(c) & 15]};
+}
+
+// The length of the name that starts at text[begin]; npos when it is longer than longest.
+std::size_t NameLength(std::string_view text, std::size_t begin, std::size_t longest) {
+  for (std::size_t length = 0; length <= longest; ++length) {
     if (begin + length == text.size()) return length;
     char c = text[begin + length];
     if (c == ';' || c == ' ') return length;
   }
   return std::string_view::npos;
+}
+
+// Replaces references up to the first "?". lookUp gives the character of a name, write puts it into
+// the text at an offset and gives the offset behind; what it writes is no longer than a reference.
+template <typename LookUp, typename Write>
+void DecodeReferences(std::string& text, std::size_t longest, LookUp lookUp, Write write) {
+  const std::size_t end = std::min(text.find('?'), text.size());
+  std::size_t from = std::min(text.find('&'), end);
+  std::size_t to = from;
+  while (from < end) {
+    const std::size_t length = NameLength(text, from + 1, longest);
+    const auto character = length != std::string_view::npos
+                               ? lookUp(std::string_view(text).substr(from + 1, length))
+                               : std::nullopt;
+    // The "&" of an unknown name stays.
+    std::size_t next = from + 1;
+    if (character) {
+      to = write(text, to, *character);
+      from = next += length;
+      if (from < text.size() && text[from] == ';') next = ++from;
+    }
+    // What stands before the next reference goes along in one piece.
+    while (next < end && text[next] != '&') ++next;
+    if (to != from) std::memmove(&text[to], &text[from], next - from);
+    to += next - from;
+    from = next;
+  }
+  text.erase(to, from - to);
+}
+
+// A reference by number: "#8217" or "#x2019".
+std::optional<char32_t> NumberedCharacter(std::string_view name) {
+  name.remove_prefix(1);
+  const bool hexadecimal = !name.empty() && (name[0] == 'x' || name[0] == 'X');
+  if (hexadecimal) name.remove_prefix(1);
+  std::uint32_t number = 0;
+  const auto read =
+      std::from_chars(name.data(), name.data() + name.size(), number, hexadecimal ? 16 : 10);
+  if (name.empty() || read.ptr != name.data() + name.size()) return std::nullopt;
+  if (read.ec != std::errc() || number == 0) return kReplacementCharacter;
+  if (number < 128 || number > 159) return number;
+  const char byte = static_cast<char>(number);
+  const std::string character = DecodeText({&byte, 1}, TCharset::kWindows1252);
+  std::string_view rest = character;
+  return TakeCharacter(rest);
+}
+
+// Puts references in the place of the characters whose first byte is special.
+template <typename Special>
+void EscapeCharacters(std::string& text, Special special) {
+  std::string_view rest = text;
+  std::string escaped;
+  while (!rest.empty()) {
+    const auto stop = std::find_if(rest.begin(), rest.end(), special);
+    const auto plain = static_cast<std::size_t>(stop - rest.begin());
+    if (plain == text.size()) return;
+    escaped.append(rest.substr(0, plain));
+    rest.remove_prefix(plain);
+    if (rest.empty()) break;
+    const char32_t character = TakeCharacter(rest);
+    escaped += '&';
+    if (const std::string_view name = EntityName(character); !name.empty()) {
+      escaped.append(name);
+    } else {
+      escaped.append(1, '#').append(std::to_string(static_cast<std::uint32_t>(character)));
+    }
+    escaped += ';';
+  }
+  text.swap(escaped);
 }
 
 }  // namespace
@@ -102,28 +179,35 @@ void HtmlEscape(std::string& text) {
 }
 
 void HtmlDecode(std::string& text) {
-  const std::size_t end = std::min(text.find('?'), text.size());
-  std::size_t from = text.find('&');
-  std::size_t to = from;
-  while (from < end) {
-    if (text[from] != '&') {
-      text[to++] = text[from++];
-      continue;
-    }
-    std::size_t length = NameLength(text, from + 1);
-    std::optional<unsigned char> character;
-    if (length != std::string_view::npos) {
-      character = EntityCharacter(std::string_view(text).substr(from + 1, length));
-    }
-    if (!character) {
-      text[to++] = text[from++];
-      continue;
-    }
-    text[to++] = static_cast<char>(*character);
-    from += 1 + length;
-    if (from < text.size() && text[from] == ';') ++from;
-  }
-  if (to < from && from <= text.size()) text.erase(to, from - to);
+  DecodeReferences(
+      text, kLongestName, [](std::string_view name) { return EntityCharacter(name); },
+      [](std::string& to, std::size_t at, unsigned char character) {
+        to[at] = static_cast<char>(character);
+        return at + 1;
+      });
+}
+
+void HtmlDecodeToUtf8(std::string& text) {
+  DecodeReferences(
+      text, kLongestNumber,
+      [](std::string_view name) -> std::optional<char32_t> {
+        if (name.starts_with('#')) return NumberedCharacter(name);
+        return EntityCharacter(name);
+      },
+      [](std::string& to, std::size_t at, char32_t character) {
+        std::string utf8;
+        AppendUtf8(utf8, character);
+        to.replace(at, utf8.size(), utf8);
+        return at + utf8.size();
+      });
+}
+
+void HtmlEscapeUtf8(std::string& text) {
+  EscapeCharacters(text, [](char c) { return Byte(c) >= 128 || !kNames[Byte(c)].empty(); });
+}
+
+void ReferUtf8(std::string& text) {
+  EscapeCharacters(text, [](char c) { return Byte(c) >= 128; });
 }
 
 void UrlEncode(std::string& text) {
@@ -135,11 +219,32 @@ void UrlEncode(std::string& text) {
   encoded.reserve(text.size() + 2 * count);
   for (auto at = text.begin(); at != stop; ++at) {
     if (NeedsUrlEncoding(*at)) {
-      encoded += '%';
-      encoded += kHexDigits[Byte(*at) >> 4];
-      encoded += kHexDigits[Byte(*at) & 15];
+      AppendUrlCode(encoded, *at);
     } else {
       encoded += *at;
+    }
+  }
+  text.swap(encoded.append(text, end));
+}
+
+void UrlEncodeUtf8(std::string& text) {
+  const std::size_t end = std::min(text.find('?'), text.size());
+  std::string_view rest = std::string_view(text).substr(0, end);
+  if (std::none_of(rest.begin(), rest.end(), NeedsUrlEncoding)) return;
+  std::string encoded;
+  while (!rest.empty()) {
+    if (!NeedsUrlEncoding(rest.front())) {
+      encoded += rest.front();
+      rest.remove_prefix(1);
+      continue;
+    }
+    const std::string_view from = rest;
+    const char32_t character = TakeCharacter(rest);
+    const std::string_view bytes = from.substr(0, from.size() - rest.size());
+    if (character >= 128 && !EntityName(character).empty()) {
+      encoded.append(bytes);
+    } else {
+      for (const char byte : bytes) AppendUrlCode(encoded, byte);
     }
   }
   text.swap(encoded.append(text, end));

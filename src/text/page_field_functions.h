@@ -16,6 +16,16 @@ int ExpandContainerValue(const TFieldCall& call);
 int ExpandItemValue(const TFieldCall& call);
 int ExpandOtherItemValue(const TFieldCall& call);
 int ExpandContainerCount(const TFieldCall& call);
+
+// --- Numbers (key: the name of the value) --------------------------------------------------------
+int ExpandContainerNumber(const TFieldCall& call);
+int ExpandItemNumber(const TFieldCall& call);
+int ExpandDownloadEstimate(const TFieldCall& call);
+// flags: 1 for the rest to a hundred.
+int ExpandPercentage(const TFieldCall& call);
+int ExpandColor(const TFieldCall& call);
+
+// --- Threads -------------------------------------------------------------------------------------
 // key: what to repeat, once for each level of the thread.
 int ExpandIndentation(const TFieldCall& call);
 
@@ -33,9 +43,11 @@ int ExpandContainerReference(const TFieldCall& call);
 int ExpandItemReference(const TFieldCall& call);
 int ExpandOriginal(const TFieldCall& call);
 
-// --- Content -------------------------------------------------------------------------------------
+// --- Content (key of the last: the file name of the sub-template)
+// -------------------------------------------------------------------------------------
 int ExpandContent(const TFieldCall& call);
 int ExpandAttachmentFileName(const TFieldCall& call);
 int ExpandAttachmentContent(const TFieldCall& call);
+int ExpandSubTemplate(const TFieldCall& call);
 
 }  // namespace brevant

@@ -5,6 +5,7 @@
 #include "text/page_writer.h"
 
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace brevant {
@@ -23,8 +24,14 @@ struct TFieldCall {
   std::string_view Argument(std::size_t number) const {
     return HasArgument(number) ? arguments[number] : std::string_view();
   }
+  // The current container and item of the row's kind; null with the reason in error.
+  TForum* Container(TFieldError* error) const;
+  TMail* Item(TFieldError* error) const;
   // Tells the dispatcher why the field failed, and gives 0.
   int Fail(std::string_view message) const;
+  // Writes a text of the board: escaped, and URL-encoded when it stands inside a tag and url is
+  // set. Where the site decodes texts it is UTF-8, else bytes that mean themselves. Gives 1.
+  int Write(std::string text, bool url = true) const;
 };
 
 // Where a field's value comes from, for the time that the page records.
@@ -43,6 +50,8 @@ struct TFieldRow {
   unsigned flags = 0;
 };
 
+// All fields. The first row of a name is the one that tags find.
+std::span<const TFieldRow> FieldTable();
 // The fields of the table over a site, which must outlive them.
 std::vector<std::unique_ptr<TPageField>> MakePageFields(TPageSite& site);
 
@@ -58,8 +67,5 @@ TReferenceResult ResolveReference(std::string_view reference, int current, int c
 // the reason in error, when it names an entry that is not there.
 bool FindReferenced(TPageSite& site, int kind, TFieldLevel level, std::string_view reference,
                     int* position, TFieldError* error);
-
-// Writes a text of the board: escaped, and URL-encoded when it stands inside a tag and url is set.
-void WriteFiltered(TPageWriter& page, std::string text, bool url = true);
 
 }  // namespace brevant

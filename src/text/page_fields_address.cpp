@@ -1,4 +1,5 @@
 // Page fields that write addresses to post and to reply to.
+#include "text/board_text.h"
 #include "text/page_field_functions.h"
 #include "text/posting_address.h"
 
@@ -10,9 +11,8 @@ namespace {
 constexpr std::string_view kReplyMark = "Re:";
 
 int WritePostingAddress(const TFieldCall& call, std::string_view container) {
-  const std::string tag = SubjectTag(call.site.Setup().String("BBS Short Name"), container);
-  WriteFiltered(call.page, PostingAddress(tag, call.site.Setup().String("E-Mail Address")));
-  return 1;
+  const std::string tag = SubjectTag(SettingText(call.site, "BBS Short Name"), container);
+  return call.Write(PostingAddress(tag, SettingText(call.site, "E-Mail Address")));
 }
 
 // "?Subject=" with mark in front of a subject that is not a reply's yet.
@@ -26,39 +26,36 @@ std::string SubjectQuery(const std::string& subject, std::string_view mark) {
 
 int ExpandContainerPost(const TFieldCall& call) {
   TFieldError error;
-  const TForum* container = call.site.Container(&error);
+  const TForum* container = call.Container(&error);
   if (container == nullptr) return call.Fail(error);
-  const std::string name = container->String("Name");
-  return WritePostingAddress(call, name);
+  return WritePostingAddress(call, ContainerText(call.site, *container, "Name"));
 }
 
 int ExpandBoardPost(const TFieldCall& call) { return WritePostingAddress(call, call.row.key); }
 
 int ExpandReplyToBoard(const TFieldCall& call) {
   TFieldError error;
-  const TForum* container = call.site.Container(&error);
-  const TMail* item = container == nullptr ? nullptr : call.site.Item(&error);
+  const TForum* container = call.Container(&error);
+  const TMail* item = container == nullptr ? nullptr : call.Item(&error);
   if (item == nullptr) return call.Fail(error);
-  const std::string shortName = call.site.Setup().String("BBS Short Name");
-  const std::string forum = container->String("Name");
+  const std::string shortName = SettingText(call.site, "BBS Short Name");
+  const std::string forum = ContainerText(call.site, *container, "Name");
   const std::string tag = SubjectTag(shortName, forum, item->String("Name"));
-  std::string link = PostingAddress(tag, call.site.Setup().String("E-Mail Address"));
+  std::string link = PostingAddress(tag, SettingText(call.site, "E-Mail Address"));
   // No blank behind the mark here, one in the author's address: both are what readers' mail
   // programs have always been given.
-  link += SubjectQuery(item->String("Subject"), "Re:");
-  WriteFiltered(call.page, std::move(link));
-  return 1;
+  link += SubjectQuery(ItemText(call.site, *item, "Subject"), "Re:");
+  return call.Write(std::move(link));
 }
 
 int ExpandReplyToAuthor(const TFieldCall& call) {
   TFieldError error;
-  const TMail* item = call.site.Item(&error);
+  const TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
   std::string link = "mailto:";
-  link += item->String("FROM");
-  link += SubjectQuery(item->String("Subject"), "Re: ");
-  WriteFiltered(call.page, std::move(link));
-  return 1;
+  link += ItemText(call.site, *item, "FROM");
+  link += SubjectQuery(ItemText(call.site, *item, "Subject"), "Re: ");
+  return call.Write(std::move(link));
 }
 
 }  // namespace brevant

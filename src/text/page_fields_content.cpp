@@ -1,5 +1,6 @@
 // Page fields that write an item's content and its attachments.
 #include "store/ascii.h"
+#include "text/charset.h"
 #include "text/field_words.h"
 #include "text/filters.h"
 #include "text/page_field_functions.h"
@@ -20,25 +21,52 @@ constexpr std::size_t kUniqueCharacters = 4;
 
 // --- Content -------------------------------------------------------------------------------------
 
+// Hands out the content in pieces: as it is stored, or as UTF-8 where the site decodes texts.
+// Pieces of UTF-8 hold whole characters.
 template <typename TTake>
-void ReadBlocks(TStream& content, TTake take) {
+void ReadContent(const TPageSite& site, TMail& item, TTake take) {
+  TStream& content = item.Content();
+  TTextDecoder decoder(FindCharset(site.DecodesText() ? item.String("Charset") : ""));
   char block[kBlockBytes];
+  std::string decoded;
   content.Seek(0, 0);
   for (int read = content.Read(block, kBlockBytes); read > 0;
        read = content.Read(block, kBlockBytes)) {
-    take(std::string_view(block, static_cast<std::size_t>(read)));
+    std::string_view piece(block, static_cast<std::size_t>(read));
+    if (site.DecodesText()) {
+      decoded.clear();
+      decoder.Decode(piece, decoded);
+      piece = decoded;
+    }
+    take(piece);
   }
+  decoded.clear();
+  decoder.Finish(decoded);
+  if (!decoded.empty()) take(std::string_view(decoded));
 }
 
-void WritePlainText(TPageWriter& page, TStream& content) {
-  TPlainTextPage html;
+void WriteHtml(const TFieldCall& call, TMail& item) {
+  ReadContent(call.site, item, [&](std::string_view piece) {
+    if (!call.site.DecodesText()) {
+      call.page.Feed(piece);
+      return;
+    }
+    // Markup stays; every other character is one that any page may hold.
+    std::string text(piece);
+    ReferUtf8(text);
+    call.page.Feed(text);
+  });
+}
+
+void WritePlainText(const TFieldCall& call, TMail& item) {
+  TPlainTextPage html(call.site.DecodesText());
   std::string line;
   const auto end = [&] {
     if (!line.empty() && line.back() == '\r') line.pop_back();
-    page.Feed(html.Line(line));
+    call.page.Feed(html.Line(line));
     line.clear();
   };
-  ReadBlocks(content, [&](std::string_view block) {
+  ReadContent(call.site, item, [&](std::string_view block) {
     for (std::size_t feed; (feed = block.find('\n')) != std::string_view::npos;) {
       line.append(block.substr(0, feed));
       end();
@@ -86,8 +114,13 @@ std::string ShownName(const std::string& stored) {
   return shown;
 }
 
-std::string Escaped(std::string text) {
-  HtmlEscape(text);
+std::string Escaped(const TPageSite& site, std::string text) {
+  if (site.DecodesText()) {
+    text = DecodeText(text, TCharset::kUnknown);
+    HtmlEscapeUtf8(text);
+  } else {
+    HtmlEscape(text);
+  }
   return text;
 }
 
@@ -100,8 +133,8 @@ void WriteAttachmentList(const TFieldCall& call, const std::vector<TAttachment>&
   }
   html.append("<p><blockquote>");
   for (std::size_t i = 0; i < list.size(); ++i) {
-    html.append("<a href=\"").append(Escaped(list[i].stored)).append("\">");
-    html.append(Escaped(ShownName(list[i].stored))).append("</a>");
+    html.append("<a href=\"").append(Escaped(call.site, list[i].stored)).append("\">");
+    html.append(Escaped(call.site, ShownName(list[i].stored))).append("</a>");
     if (i + 1 < list.size()) html.append(", ");
     html.append("\r\n");
   }
@@ -139,14 +172,14 @@ bool WriteFileTo(TPageWriter& page, const std::string& path) {
 
 int ExpandContent(const TFieldCall& call) {
   TFieldError error;
-  TMail* item = call.site.Item(&error);
+  TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
   if (item->Content().Size() == 0) return 1;
   call.page.Feed("\r\n");
   if (IsHtml(*item)) {
-    ReadBlocks(item->Content(), [&](std::string_view block) { call.page.Feed(block); });
+    WriteHtml(call, *item);
   } else {
-    WritePlainText(call.page, item->Content());
+    WritePlainText(call, *item);
   }
   if (!HasOptionWord(call.Argument(0), "Attachment")) return 1;
   const std::vector<TAttachment> attachments = Attachments(*item);
@@ -157,7 +190,7 @@ int ExpandContent(const TFieldCall& call) {
 int ExpandAttachmentFileName(const TFieldCall& call) {
   if (!call.HasArgument(0)) return 1;
   TFieldError error;
-  TMail* item = call.site.Item(&error);
+  TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
   const std::vector<TAttachment> attachments = Attachments(*item);
   const TAttachment* found = FindAttachment(attachments, call.Argument(0));
@@ -168,7 +201,7 @@ int ExpandAttachmentFileName(const TFieldCall& call) {
 int ExpandAttachmentContent(const TFieldCall& call) {
   if (!call.HasArgument(0)) return 1;
   TFieldError error;
-  TMail* item = call.site.Item(&error);
+  TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
   const std::vector<TAttachment> attachments = Attachments(*item);
   const TAttachment* found = FindAttachment(attachments, call.Argument(0));
@@ -178,6 +211,13 @@ int ExpandAttachmentContent(const TFieldCall& call) {
     return call.Fail("Cannot open resource");
   }
   return 1;
+}
+
+int ExpandSubTemplate(const TFieldCall& call) {
+  const auto found = call.site.SubTemplate(call.row.key);
+  if (!found) return call.Fail("Cannot open template " + std::string(call.row.key));
+  call.page.AddSourceTime(found->written);
+  return call.page.FeedSubTemplate(found->path, found->bytes);
 }
 
 }  // namespace brevant

@@ -15,17 +15,14 @@ bool FindEntry(const TFieldCall& call, int* position, TFieldError* error) {
 
 }  // namespace
 
-int ExpandBack(const TFieldCall& call) {
-  WriteFiltered(call.page, call.site.BackPage());
-  return 1;
-}
+int ExpandBack(const TFieldCall& call) { return call.Write(call.site.BackPage()); }
 
 int ExpandContainerFileName(const TFieldCall& call) {
   std::string name;
   TFieldError error;
-  if (!call.site.RequestContainerPage(call.Argument(0), &name, &error)) return call.Fail(error);
-  WriteFiltered(call.page, std::move(name));
-  return 1;
+  if (!call.site.RequestContainerPage(call.row.kind, call.Argument(0), &name, &error))
+    return call.Fail(error);
+  return call.Write(std::move(name));
 }
 
 int ExpandItemFileName(const TFieldCall& call) {
@@ -33,11 +30,11 @@ int ExpandItemFileName(const TFieldCall& call) {
   TFieldError error;
   const bool named =
       call.Argument(0).empty()
-          ? call.site.ItemPageName(call.site.CurrentItem(call.row.kind), &name, &error)
-          : call.site.RequestItemPage(call.Argument(0), &name, &error);
+          ? call.site.ItemPageName(call.row.kind, call.site.CurrentItem(call.row.kind), &name,
+                                   &error)
+          : call.site.RequestItemPage(call.row.kind, call.Argument(0), &name, &error);
   if (!named) return call.Fail(error);
-  WriteFiltered(call.page, std::move(name));
-  return 1;
+  return call.Write(std::move(name));
 }
 
 int ExpandContainerReference(const TFieldCall& call) {
@@ -47,8 +44,7 @@ int ExpandContainerReference(const TFieldCall& call) {
   if (!FindEntry(call, &position, &error)) return call.Fail(error);
   if (position < 0) return 1;
   if (!call.site.ContainerPageName(call.row.kind, position, &name, &error)) return call.Fail(error);
-  WriteFiltered(call.page, std::move(name));
-  return 1;
+  return call.Write(std::move(name));
 }
 
 int ExpandItemReference(const TFieldCall& call) {
@@ -57,19 +53,17 @@ int ExpandItemReference(const TFieldCall& call) {
   TFieldError error;
   if (!FindEntry(call, &position, &error)) return call.Fail(error);
   if (position < 0) return 1;
-  if (!call.site.ItemPageName(position, &name, &error)) return call.Fail(error);
-  WriteFiltered(call.page, std::move(name));
-  return 1;
+  if (!call.site.ItemPageName(call.row.kind, position, &name, &error)) return call.Fail(error);
+  return call.Write(std::move(name));
 }
 
 int ExpandOriginal(const TFieldCall& call) {
   std::string name;
   TFieldError error;
-  if (!call.site.ItemPageName(call.site.CurrentItem(call.row.kind), &name, &error)) {
+  if (!call.site.ItemPageName(call.row.kind, call.site.CurrentItem(call.row.kind), &name, &error)) {
     return call.Fail(error);
   }
-  if (call.site.SiteHolds(name)) WriteFiltered(call.page, std::move(name));
-  return 1;
+  return call.site.SiteHolds(name) ? call.Write(std::move(name)) : 1;
 }
 
 }  // namespace brevant

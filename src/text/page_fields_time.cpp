@@ -30,20 +30,20 @@ int ExpandCurrentTime(const TFieldCall& call) {
 
 int ExpandItemCreated(const TFieldCall& call) {
   TFieldError error;
-  const TMail* item = call.site.Item(&error);
+  const TMail* item = call.Item(&error);
   return item == nullptr ? call.Fail(error) : WriteTime(call, item->Storage().CreationTime());
 }
 
 int ExpandItemModified(const TFieldCall& call) {
   TFieldError error;
-  const TMail* item = call.site.Item(&error);
+  const TMail* item = call.Item(&error);
   return item == nullptr ? call.Fail(error) : WriteTime(call, item->Storage().ModificationTime());
 }
 
 int ExpandIsNew(const TFieldCall& call) {
   call.site.NotePageShowsTime();
   TFieldError error;
-  const TMail* item = call.site.Item(&error);
+  const TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
   const std::int64_t days =
       call.Argument(0).empty() ? kNewForDays : LeadingNumber(call.Argument(0));

@@ -1,4 +1,5 @@
 // Page fields that write one value of a container or an item, and the thread indentation.
+#include "text/board_text.h"
 #include "text/field_words.h"
 #include "text/page_field_functions.h"
 
@@ -9,20 +10,18 @@ namespace {
 
 int WriteItemValue(const TFieldCall& call, const char* key) {
   TFieldError error;
-  const TMail* item = call.site.Item(&error);
+  const TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
-  WriteFiltered(call.page, item->String(key), call.row.flags != 0);
-  return 1;
+  return call.Write(ItemText(call.site, *item, key), call.row.flags != 0);
 }
 
 }  // namespace
 
 int ExpandContainerValue(const TFieldCall& call) {
   TFieldError error;
-  const TForum* container = call.site.Container(&error);
+  const TForum* container = call.Container(&error);
   if (container == nullptr) return call.Fail(error);
-  WriteFiltered(call.page, container->String(call.row.key), call.row.flags != 0);
-  return 1;
+  return call.Write(ContainerText(call.site, *container, call.row.key), call.row.flags != 0);
 }
 
 int ExpandItemValue(const TFieldCall& call) { return WriteItemValue(call, call.row.key); }
@@ -34,14 +33,14 @@ int ExpandOtherItemValue(const TFieldCall& call) {
 
 int ExpandContainerCount(const TFieldCall& call) {
   TFieldError error;
-  const TForum* container = call.site.Container(&error);
+  const TForum* container = call.Container(&error);
   if (container == nullptr) return call.Fail(error);
   call.page.Feed(std::to_string(container->Number("Message Count")));
   return 1;
 }
 
 int ExpandIndentation(const TFieldCall& call) {
-  const TItemList& items = call.site.Items();
+  const TItemList& items = call.site.Items(call.row.kind);
   const int position = call.site.CurrentItem(call.row.kind);
   const int depth = position < 0 || position >= items.Count()         ? 0
                     : HasOptionWord(call.Argument(0), "indent_reply") ? items.ReplyDepth(position)

@@ -8,6 +8,7 @@
 #include <brevant/board.h>
 #include <brevant/frame.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,8 @@ class TPageSite {
   virtual const TSetup& Setup() const = 0;
   // The last-write time of the settings file.
   virtual TTime SettingsTime() = 0;
+  // Whether "Decode Mail Text" is set: texts of the board are shown as the characters they are.
+  virtual bool DecodesText() const = 0;
 
   // --- The objects of the board ------------------------------------------------------------------
   // The containers of a kind, ordered by name; the order holds for the whole run.
@@ -43,21 +46,23 @@ class TPageSite {
   virtual int FindContainer(int kind, std::string_view name) = 0;
 
   // --- The current objects -----------------------------------------------------------------------
-  // The position of the current container if it is of that kind, else -1.
+  // Each kind has its own: while the questions are walked on the page of a forum, that forum stays
+  // the current one. The position of the current container of a kind, or -1.
   virtual int CurrentContainer(int kind) const = 0;
-  // The position of the current item in Items() if its container is of that kind, else -1.
+  // The position of the current item in Items(kind), or -1.
   virtual int CurrentItem(int kind) const = 0;
-  // The current container, open; null when it cannot be opened, with the reason in error.
-  virtual TForum* Container(TFieldError* error) = 0;
+  // The current container, open; null when there is none or when it cannot be opened, then with the
+  // reason in error.
+  virtual TForum* Container(int kind, TFieldError* error) = 0;
   // The items of the current container in their order; empty without one that can be opened.
-  virtual const TItemList& Items() = 0;
-  // The current item, open; null when it cannot be opened, with the reason in error.
-  virtual TMail* Item(TFieldError* error) = 0;
+  virtual const TItemList& Items(int kind) = 0;
+  // The current item, open; null as of Container.
+  virtual TMail* Item(int kind, TFieldError* error) = 0;
 
   // Makes another container, without a current item, or another item of the current container the
-  // current one until Deselect. Calls nest. Nothing is opened yet.
+  // current one of its kind until Deselect. Calls nest. Nothing is opened yet.
   virtual void SelectContainer(int kind, int position) = 0;
-  virtual void SelectItem(int position) = 0;
+  virtual void SelectItem(int kind, int position) = 0;
   virtual void Deselect() = 0;
 
   // --- Pages -------------------------------------------------------------------------------------
@@ -68,15 +73,23 @@ class TPageSite {
   // the container cannot be opened.
   virtual bool ContainerPageName(int kind, int position, std::string* fileName,
                                  TFieldError* error) = 0;
-  virtual bool ItemPageName(int position, std::string* fileName, TFieldError* error) = 0;
+  virtual bool ItemPageName(int kind, int position, std::string* fileName, TFieldError* error) = 0;
   // The same for the pages of a template, and has the current object's page made from it later in
   // the run. A container's template may be empty: the one that the settings give its kind; when
   // they give none, fileName is empty. False, with the reason in error, also when the template is
   // missing.
-  virtual bool RequestContainerPage(std::string_view templateName, std::string* fileName,
+  virtual bool RequestContainerPage(int kind, std::string_view templateName, std::string* fileName,
                                     TFieldError* error) = 0;
-  virtual bool RequestItemPage(std::string_view templateName, std::string* fileName,
+  virtual bool RequestItemPage(int kind, std::string_view templateName, std::string* fileName,
                                TFieldError* error) = 0;
+  // A template of the program directory that fields write into pages; nothing when it cannot be
+  // read.
+  struct TSubTemplate {
+    std::string_view path;
+    std::string_view bytes;  // both hold for the whole run
+    TTime written;           // Greenwich
+  };
+  virtual std::optional<TSubTemplate> SubTemplate(const std::string& fileName) = 0;
   // Whether the site's directory holds a file of that name at this moment.
   virtual bool SiteHolds(const std::string& fileName) = 0;
   // To be called by what writes a value that changes without anything being changed.

@@ -1,7 +1,10 @@
 // Plain text as the HTML of a page.
 #include "text/plain_text_page.h"
 
+#include "platform/win32.h"
 #include "text/filters.h"
+
+#include <algorithm>
 
 namespace brevant {
 namespace {
@@ -13,13 +16,24 @@ bool IsRule(std::string_view line) {
   return line.size() >= kShortestRule && line.find_first_not_of('-') == std::string_view::npos;
 }
 
-std::string Escaped(std::string_view line) {
+}  // namespace
+
+std::string TPlainTextPage::Escaped(std::string_view line) const {
   std::string text(line);
-  HtmlEscape(text);
+  if (isUtf8_) {
+    HtmlEscapeUtf8(text);
+  } else {
+    HtmlEscape(text);
+  }
   return text;
 }
 
-}  // namespace
+// In characters.
+std::size_t TPlainTextPage::Length(std::string_view line) const {
+  if (!isUtf8_) return line.size();
+  const auto starts = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+  return static_cast<std::size_t>(std::count_if(line.begin(), line.end(), starts));
+}
 
 std::string_view TPlainTextPage::EndOfParagraph() {
   inParagraph_ = false;
@@ -64,7 +78,7 @@ std::string TPlainTextPage::Line(std::string_view line) {
   for (; blankLines_ > 0; --blankLines_) html.append("<br>\r\n");
   const char first = line[text];
   const bool isShort = first == '*' || first == '-' || first == '>' ||
-                       (!inParagraph_ && line.size() < kShortLineLength);
+                       (!inParagraph_ && Length(line) < kShortLineLength);
   if (isShort) {
     ShortLine(line, html);
   } else {

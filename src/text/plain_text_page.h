@@ -9,15 +9,20 @@ namespace brevant {
 // Turns the lines of one text into HTML, one line after the other.
 class TPlainTextPage {
  public:
+  // isUtf8: the lines are UTF-8 and become ASCII; else bytes mean themselves.
+  explicit TPlainTextPage(bool isUtf8 = false) : isUtf8_(isUtf8) {}
   // The HTML that line adds. line is one whole line of the text without its line end.
   std::string Line(std::string_view line);
 
  private:
+  std::string Escaped(std::string_view line) const;
+  std::size_t Length(std::string_view line) const;
   std::string BlankLine();
   void ShortLine(std::string_view line, std::string& html);
   void ParagraphLine(std::string_view line, std::string& html);
   std::string_view EndOfParagraph();
 
+  bool isUtf8_;
   bool inParagraph_ = false;
   bool firstLine_ = true;
   bool textSeen_ = false;
