@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 
 namespace compound {
 
@@ -174,9 +175,15 @@ void AllocationTable::FreeChain(std::uint32_t first) {
   free_.AddChain(usable);
 }
 
-void AllocationTable::Committed() {
-  free_.AddChain(pager_.Committed());
+void AllocationTable::Committed(bool oldWritten) noexcept {
+  const std::vector<std::uint32_t> freed = pager_.Committed(oldWritten);
   free_.Committed();
+  try {
+    free_.AddChain(freed);
+  } catch (const std::bad_alloc&) {
+    // They are found again by a look into the table.
+    return;
+  }
 }
 
 }  // namespace compound

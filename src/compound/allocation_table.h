@@ -22,7 +22,7 @@ class AllocationTable final : public LinkTable {
   // Frees a chain from a sector on; where the chain is damaged the rest is left alone.
   void FreeChain(std::uint32_t first);
   // Ends a commit.
-  void Committed();
+  void Committed(bool oldWritten) noexcept;
 
  private:
   std::uint32_t EntriesPerSector() const { return pager_.SectorBytes() / 4; }

@@ -34,7 +34,8 @@ Document::~Document() {
 }
 
 std::unique_ptr<Document> Document::Create(std::unique_ptr<ByteFile> file,
-                                           const DocumentOptions& options) {
+                                           const DocumentOptions& options,
+                                           std::unique_ptr<JournalPlace> place) {
   Check(file->SetSize(0));
   std::unique_ptr<Document> document(
       new Document(std::move(file), NewHeader(options.version), 0, 0, options));
@@ -42,11 +43,20 @@ std::unique_ptr<Document> Document::Create(std::unique_ptr<ByteFile> file,
   document->core_->directory.SetRed(kRootEntry, false);
   document->core_->mini.Attach(kEndOfChain, 0);
   document->Commit();
+  if (place != nullptr) document->journal_ = std::make_unique<Journal>(std::move(place));
   return document;
 }
 
 std::unique_ptr<Document> Document::Open(std::unique_ptr<ByteFile> file,
-                                         const DocumentOptions& options) {
+                                         const DocumentOptions& options,
+                                         std::unique_ptr<JournalPlace> place) {
+  std::unique_ptr<Journal> journal;
+  if (place != nullptr && options.readOnly) {
+    file = WithJournal(std::move(file), *place);
+  } else if (place != nullptr) {
+    SettleJournal(*place, file.get());
+    journal = std::make_unique<Journal>(std::move(place));
+  }
   const Header header = ReadHeader(*file);
   std::uint64_t bytes = 0;
   Check(file->Size(&bytes));
@@ -61,6 +71,7 @@ std::unique_ptr<Document> Document::Open(std::unique_ptr<ByteFile> file,
       std::min({whole, described, static_cast<std::uint64_t>(kMaxSector)}));
   std::unique_ptr<Document> document(
       new Document(std::move(file), header, bytes, sectors, options));
+  document->journal_ = std::move(journal);
   Core& core = *document->core_;
   if (core.directory.Type(kRootEntry) != EntryType::kRoot) throw Error(Status::kCorrupt);
   core.mini.Attach(core.directory.Start(kRootEntry), core.directory.Size(kRootEntry));
@@ -250,6 +261,32 @@ void Document::Resize(Stream& stream, std::uint64_t size) {
   change.Done();
 }
 
+void Document::VisitOld(const Pager::RunVisitor& visitor) {
+  StoreHeader(core_->header);
+  visitor(0, core_->header.bytes.data(), kHeaderBytes);
+  core_->pager.VisitOld(visitor);
+}
+
+void Document::WriteJournal() {
+  try {
+    journal_->Begin(core_->pager.FileBytes());
+    VisitOld([this](std::uint64_t offset, const std::uint8_t* data, std::size_t count) {
+      journal_->Add(*file_, offset, data, count);
+    });
+    journal_->Seal();
+  } catch (...) {
+    if (!journal_->Abandon()) core_->pager.KeepGrowth();
+    throw;
+  }
+}
+
+void Document::WriteOld() {
+  VisitOld([this](std::uint64_t offset, const std::uint8_t* data, std::size_t count) {
+    Check(file_->WriteAt(offset, data, count));
+  });
+  Check(file_->Sync());
+}
+
 void Document::Commit() {
   if (givenUp_) throw Error(Status::kGivenUp);
   if (readOnly_) return;
@@ -258,16 +295,35 @@ void Document::Commit() {
     core.directory.SetStream(kRootEntry, core.mini.First(), core.mini.Size());
     core.mini.SetSaved();
   }
+  if (journal_ != nullptr && journal_->IsPending()) journal_->Finish(*file_);
   if (!HasChanges()) return;
+  ++core.header.sequence;
+  core.header.dirty = true;
   core.pager.WriteFresh();
   Check(file_->Sync());
-  core.pager.WriteOld();
-  if (core.header.dirty) Check(WriteHeader(*file_, core.header));
+  if (journal_ != nullptr) {
+    WriteJournal();
+  } else {
+    core.pager.KeepGrowth();
+  }
+  bool written = false;
+  try {
+    WriteOld();
+    written = true;
+  } catch (const std::exception&) {
+    // With the journal sealed the commit has happened: what fails here is made good later.
+    if (journal_ == nullptr) throw;
+  }
   core.header.dirty = false;
-  Check(file_->Sync());
-  core.fat.Committed();
+  core.fat.Committed(written);
   core.mini.Committed();
   core.directory.Committed();
+  if (journal_ == nullptr) return;
+  if (written) {
+    journal_->Spent();
+  } else {
+    journal_->Postpone();
+  }
 }
 
 }  // namespace compound

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "compound/directory_tree.h"
+#include "compound/journal.h"
 #include "compound/stream.h"
 
 #include <memory>
@@ -33,12 +34,15 @@ struct DocumentOptions {
 
 class Document {
  public:
-  // Makes an empty document of the file, whatever it held, and commits it.
+  // Makes an empty document of the file, whatever it held, and commits it, not through the journal:
+  // nothing was there to be kept. Without a place for a journal commits are not safe from kills.
   static std::unique_ptr<Document> Create(std::unique_ptr<ByteFile> file,
-                                          const DocumentOptions& options);
-  // Reads the header only.
+                                          const DocumentOptions& options,
+                                          std::unique_ptr<JournalPlace> place = nullptr);
+  // Deals with the journal, if there is one, and reads the header, no more.
   static std::unique_ptr<Document> Open(std::unique_ptr<ByteFile> file,
-                                        const DocumentOptions& options);
+                                        const DocumentOptions& options,
+                                        std::unique_ptr<JournalPlace> place = nullptr);
   // Drops what was not committed.
   ~Document();
   Document(const Document&) = delete;
@@ -92,8 +96,9 @@ class Document {
   bool IsGivenUp() const { return givenUp_; }
   // Nothing is committed any more.
   void GiveUp() { givenUp_ = true; }
-  // Brings all changes into the file: new sectors first, then the old ones that changed, each step
-  // durable before the next.
+  // Brings all changes into the file, together or not at all: what was free or beyond the end
+  // first, then what goes over old content into the journal; from then on the commit has happened,
+  // and it is no error when that content cannot be brought into the file at once.
   void Commit();
 
  private:
@@ -104,8 +109,12 @@ class Document {
   EntryId CreateEntry(EntryId parent, std::u16string_view name, EntryType type);
   std::vector<EntryId> RemoveAll(EntryId parent, EntryId entry);
   void RequireStorage(EntryId entry);
+  void VisitOld(const Pager::RunVisitor& visitor);
+  void WriteJournal();
+  void WriteOld();
 
   std::unique_ptr<ByteFile> file_;
+  std::unique_ptr<Journal> journal_;  // null without a place for one
   std::unique_ptr<Core> core_;
   DirectoryTree tree_;
   std::unordered_map<EntryId, std::weak_ptr<Stream>> streams_;

@@ -1,6 +1,8 @@
 #include "compound/header.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 
 namespace compound {
 namespace {
@@ -15,6 +17,7 @@ constexpr std::size_t kMiniShiftAt = 32;
 constexpr std::size_t kDirectorySectorsAt = 40;
 constexpr std::size_t kFatSectorsAt = 44;
 constexpr std::size_t kFirstDirectoryAt = 48;
+constexpr std::size_t kSequenceAt = 52;  // the format's transaction signature number
 constexpr std::size_t kCutoffAt = 56;
 constexpr std::size_t kFirstMiniFatAt = 60;
 constexpr std::size_t kMiniFatSectorsAt = 64;
@@ -22,12 +25,22 @@ constexpr std::size_t kFirstDifatAt = 68;
 constexpr std::size_t kDifatSectorsAt = 72;
 constexpr std::size_t kDifatAt = 76;
 
+std::uint32_t AnyNumber() {
+  static std::atomic<std::uint64_t> calls{0};
+  const auto now =
+      std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+  // Knuth's multiplicative hash.
+  return static_cast<std::uint32_t>(
+      ((static_cast<std::uint64_t>(now) + ++calls) * 0x9E3779B97F4A7C15U) >> 32);
+}
+
 }  // namespace
 
 Header NewHeader(std::uint16_t majorVersion) {
   Header header;
   header.majorVersion = majorVersion;
   header.sectorShift = majorVersion == 4 ? 12 : 9;
+  header.sequence = AnyNumber();
   header.difat.fill(kFreeSector);
   std::uint8_t* bytes = header.bytes.data();
   std::copy(kSignature.begin(), kSignature.end(), bytes);
@@ -60,6 +73,7 @@ Header ReadHeader(ByteFile& file) {
   header.directorySectors = Load32(bytes + kDirectorySectorsAt);
   header.fatSectors = Load32(bytes + kFatSectorsAt);
   header.firstDirectorySector = Load32(bytes + kFirstDirectoryAt);
+  header.sequence = Load32(bytes + kSequenceAt);
   header.firstMiniFatSector = Load32(bytes + kFirstMiniFatAt);
   header.miniFatSectors = Load32(bytes + kMiniFatSectorsAt);
   header.firstDifatSector = Load32(bytes + kFirstDifatAt);
@@ -70,11 +84,12 @@ Header ReadHeader(ByteFile& file) {
   return header;
 }
 
-Status WriteHeader(ByteFile& file, Header& header) {
+void StoreHeader(Header& header) {
   std::uint8_t* bytes = header.bytes.data();
   Store32(bytes + kDirectorySectorsAt, header.majorVersion == 4 ? header.directorySectors : 0);
   Store32(bytes + kFatSectorsAt, header.fatSectors);
   Store32(bytes + kFirstDirectoryAt, header.firstDirectorySector);
+  Store32(bytes + kSequenceAt, header.sequence);
   Store32(bytes + kFirstMiniFatAt, header.firstMiniFatSector);
   Store32(bytes + kMiniFatSectorsAt, header.miniFatSectors);
   Store32(bytes + kFirstDifatAt, header.firstDifatSector);
@@ -82,7 +97,6 @@ Status WriteHeader(ByteFile& file, Header& header) {
   for (std::size_t i = 0; i < kHeaderDifat; ++i) {
     Store32(bytes + kDifatAt + 4 * i, header.difat[i]);
   }
-  return file.WriteAt(0, bytes, kHeaderBytes);
 }
 
 }  // namespace compound

@@ -12,6 +12,7 @@ struct Header {
   std::uint32_t directorySectors = 0;  // counted in version 4 only
   std::uint32_t fatSectors = 0;
   std::uint32_t firstDirectorySector = kEndOfChain;
+  std::uint32_t sequence = 0;  // another one after each commit
   std::uint32_t firstMiniFatSector = kEndOfChain;
   std::uint32_t miniFatSectors = 0;
   std::uint32_t firstDifatSector = kEndOfChain;
@@ -24,11 +25,12 @@ struct Header {
   std::uint32_t SectorBytes() const { return 1U << sectorShift; }
 };
 
-// The header of a new document: version 3, or version 4 with its sectors of 4096 bytes.
+// The header of a new document: version 3, or version 4 with its sectors of 4096 bytes. Its first
+// sequence number is any: no two documents agree in it, nor two commits of one.
 Header NewHeader(std::uint16_t majorVersion);
 // Throws kNotCompound when the signature is missing, kCorrupt when a fixed field is not as it must.
 Header ReadHeader(ByteFile& file);
-// Writes the header's fields over its bytes and these to the file.
-Status WriteHeader(ByteFile& file, Header& header);
+// Writes the header's fields over its bytes.
+void StoreHeader(Header& header);
 
 }  // namespace compound

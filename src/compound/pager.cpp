@@ -220,7 +220,7 @@ void Pager::Release(std::uint32_t sector) {
 
 void Pager::TrimNow() {
   if (dirty_.size() > spillAt_) {
-    WriteDirty(true);
+    WriteFreshOnes();
     SettleWritten();
     spillAt_ = dirty_.size() + dirtyLimit_;
   }
@@ -238,17 +238,15 @@ void Pager::TrimNow() {
   }
 }
 
-// Writes the fresh or the other changed sectors, neighbours together.
-void Pager::WriteDirty(bool freshOnes) {
+// Gathers the fresh or the other changed sectors, neighbours together.
+void Pager::VisitDirty(bool freshOnes, const RunVisitor& visitor) {
   std::sort(dirty_.begin(), dirty_.end(),
             [](const Block* a, const Block* b) { return a->number < b->number; });
   std::vector<std::uint8_t> gathered;
   std::uint32_t start = 0;
   std::uint32_t next = 0;
   const auto flush = [&] {
-    if (gathered.empty()) return;
-    Check(file_.WriteAt(OffsetOf(start), gathered.data(), gathered.size()));
-    fileBytes_ = std::max(fileBytes_, OffsetOf(start) + gathered.size());
+    if (!gathered.empty()) visitor(OffsetOf(start), gathered.data(), gathered.size());
     gathered.clear();
   };
   for (Block* block : dirty_) {
@@ -265,9 +263,16 @@ void Pager::WriteDirty(bool freshOnes) {
     }
   }
   flush();
+}
+
+void Pager::WriteFreshOnes() {
+  VisitDirty(true, [this](std::uint64_t offset, const std::uint8_t* data, std::size_t count) {
+    Check(file_.WriteAt(offset, data, count));
+    fileBytes_ = std::max(fileBytes_, offset + count);
+  });
   for (Block* block : dirty_) {
     const std::uint8_t fresh = ChunkOf(block->number).fresh[block->number % kChunkBlocks];
-    block->dirty = static_cast<std::uint8_t>(block->dirty & (freshOnes ? ~fresh : fresh));
+    block->dirty = static_cast<std::uint8_t>(block->dirty & ~fresh);
   }
 }
 
@@ -283,7 +288,7 @@ void Pager::SettleWritten() {
 }
 
 void Pager::WriteFresh() {
-  WriteDirty(true);
+  WriteFreshOnes();
   const std::uint64_t end = OffsetOf(sectors_);
   if (fileBytes_ < end) {
     Check(file_.SetSize(end));
@@ -291,12 +296,10 @@ void Pager::WriteFresh() {
   }
 }
 
-void Pager::WriteOld() {
-  oldTouched_ = true;
-  WriteDirty(false);
-}
-
-std::vector<std::uint32_t> Pager::Committed() {
+std::vector<std::uint32_t> Pager::Committed(bool oldWritten) {
+  if (oldWritten) {
+    for (Block* block : dirty_) block->dirty = 0;
+  }
   SettleWritten();
   spillAt_ = dirtyLimit_;
   for (const std::uint32_t number : freshBlocks_) {
@@ -309,12 +312,12 @@ std::vector<std::uint32_t> Pager::Committed() {
   }
   committedSectors_ = sectors_;
   committedBytes_ = fileBytes_;
-  oldTouched_ = false;
+  growthKept_ = false;
   return std::exchange(held_, {});
 }
 
 void Pager::DropChanges() noexcept {
-  if (oldTouched_) return;
+  if (growthKept_) return;
   // Asked anew: a write that failed may have lengthened the file.
   std::uint64_t size = 0;
   if (file_.Size(&size) == Status::kOk && size > committedBytes_) {

@@ -10,6 +10,7 @@
 #include "compound/byte_file.h"
 #include "compound/format.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -57,13 +58,21 @@ class Pager {
   }
 
   bool HasChanges() const { return !dirty_.empty() || sectors_ != committedSectors_; }
-  // The two halves of a commit. After the first the file holds every fresh sector.
+  // The first half of a commit: afterwards the file holds every fresh sector and has its new
+  // length.
   void WriteFresh();
-  void WriteOld();
-  // Ends a commit: gives the sectors that are free to use from now on.
-  std::vector<std::uint32_t> Committed();
-  // Cuts off what was written early past the committed end; not once old sectors were changed in
-  // the file, which may refer to what stands there.
+  std::uint64_t FileBytes() const { return fileBytes_; }
+  // The other half: calls for each run of neighbouring old sectors that changed, in ascending
+  // order, with the place in the file and the bytes.
+  using RunVisitor =
+      std::function<void(std::uint64_t offset, const std::uint8_t* data, std::size_t count)>;
+  void VisitOld(const RunVisitor& visitor) { VisitDirty(false, visitor); }
+  // Ends a commit: gives the sectors that are free to use from now on. Old sectors that the file
+  // does not hold yet stay in memory.
+  std::vector<std::uint32_t> Committed(bool oldWritten);
+  // Something in the file, or about to come there, may refer to what was written past its end.
+  void KeepGrowth() { growthKept_ = true; }
+  // Cuts off what was written early past the committed end, unless it is to be kept.
   void DropChanges() noexcept;
 
  private:
@@ -81,7 +90,8 @@ class Pager {
   void LinkClean(Block& block);
   void UnlinkClean(Block& block);
   void TrimNow();
-  void WriteDirty(bool freshOnes);
+  void VisitDirty(bool freshOnes, const RunVisitor& visitor);
+  void WriteFreshOnes();
   void SettleWritten();
   std::uint64_t OffsetOf(std::uint32_t sector) const {
     return (static_cast<std::uint64_t>(sector) + 1) << shift_;
@@ -95,7 +105,7 @@ class Pager {
   std::uint64_t committedBytes_;  // and at the last commit
   std::uint32_t sectors_;
   std::uint32_t committedSectors_;
-  bool oldTouched_ = false;  // a commit has begun to write old sectors
+  bool growthKept_ = false;
   std::vector<std::unique_ptr<Chunk>> chunks_;
   std::vector<Block*> dirty_;  // blocks with changes, each once, in no order
   Block* oldest_ = nullptr;    // clean blocks, a list in the order of their eviction

@@ -67,9 +67,8 @@ class OpenFile {
 
   // Makes the content durable and, for a file that the opening made, that it is there.
   bool Sync() const {
-    if (::fsync(descriptor_) != 0) return false;
-    if (!newPath_.empty()) brevant::posix::SyncDirectoryOf(newPath_);
-    return true;
+    return ::fsync(descriptor_) == 0 &&
+           (newPath_.empty() || brevant::posix::SyncDirectoryOf(newPath_));
   }
 
  private:

@@ -6,6 +6,8 @@
 #include "platform/posix/folded_names.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
+#include "platform/posix/structured_storage.h"
+#include "platform/posix/structured_storage_file.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -142,6 +144,20 @@ BOOL RenameToNew(const std::string& from, const std::string& to) {
   return moved;
 }
 
+bool Unlink(const std::string& path) {
+  NameChange change(path);
+  if (::unlink(path.c_str()) != 0) return false;
+  change.Removed();
+  return true;
+}
+
+// A document's journal knows it by its name: the job is finished before that changes.
+DWORD SettleJournal(const std::string& path) {
+  const HRESULT result = brevant::posix::SettleJournalOf(path);
+  // The codes of structured storage hold those of files.
+  return FAILED(result) ? static_cast<DWORD>(result) & 0xFFFFU : ERROR_SUCCESS;
+}
+
 // Whether the existing target may be replaced; 0 or an error.
 DWORD CheckTarget(const Resolved& to, DWORD flags) {
   if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) return ERROR_ALREADY_EXISTS;
@@ -220,9 +236,11 @@ BOOL DeleteFileA(const char* name) try {
     return Fail(ERROR_ACCESS_DENIED);
   }
   if (brevant::posix::IsInUse(file.path, facts)) return Fail(ERROR_SHARING_VIOLATION);
-  NameChange change(file.path);
-  if (::unlink(file.path.c_str()) != 0) return FailFromErrno();
-  change.Removed();
+  const DWORD error = SettleJournal(file.path);
+  if (error == ERROR_SHARING_VIOLATION) return Fail(error);
+  if (!Unlink(file.path)) return FailFromErrno();
+  // What cannot be brought into the file goes with it.
+  if (error != ERROR_SUCCESS) Unlink(brevant::posix::JournalName(file.path));
   return TRUE;
 } catch (const std::bad_alloc&) {
   return FailForMemory();
@@ -245,10 +263,12 @@ BOOL MoveFileExA(const char* from, const char* to, DWORD flags) try {
   if (brevant::posix::IsInUse(source.path, facts)) return Fail(ERROR_SHARING_VIOLATION);
   const std::string spelled = AsSpelled(target, to);
   const bool itself = target.found && AreOneEntry(source.path, target.path);
+  DWORD error = SettleJournal(source.path);
   if (target.found && !itself) {
-    const DWORD error = CheckTarget(target, flags);
-    if (error != ERROR_SUCCESS) return Fail(error);
+    if (error == ERROR_SUCCESS) error = CheckTarget(target, flags);
+    if (error == ERROR_SUCCESS) error = SettleJournal(target.path);
   }
+  if (error != ERROR_SUCCESS) return Fail(error);
   const BOOL moved =
       target.found ? RenameOver(source, target, spelled) : RenameToNew(source.path, spelled);
   if (moved) return TRUE;

@@ -56,10 +56,12 @@ HRESULT StgCreateDocfile(LPCOLESTR name, DWORD mode, DWORD reserved, IStorage** 
     if (FAILED(result)) return result;
     // What vanishes at the release anyway need not survive a power cut.
     const bool synced = name != nullptr && (mode & STGM_DELETEONRELEASE) == 0;
-    auto document = compound::Document::Create(MakeByteFile(*file, synced), {});
+    if (name != nullptr) SettleJournalBeforeCreation(*file);
+    auto document = compound::Document::Create(MakeByteFile(file->Descriptor(), synced, false), {},
+                                               synced ? MakeJournalPlace(*file) : nullptr);
     const HRESULT published = file->Publish();
     if (FAILED(published)) return published;
-    if (synced) SyncDirectoryOf(file->Path());
+    if (synced && !SyncDirectoryOf(file->Path())) return STG_E_WRITEFAULT;
     return MakeRoot(std::move(file), std::move(document), mode, storage);
   });
 }
@@ -79,7 +81,8 @@ HRESULT StgOpenStorage(LPCOLESTR name, IStorage* priority, DWORD mode, SNB exclu
     if (FAILED(result)) return result;
     compound::DocumentOptions options;
     options.readOnly = !writable;
-    auto document = compound::Document::Open(MakeByteFile(*file, true), options);
+    auto document = compound::Document::Open(MakeByteFile(file->Descriptor(), true, false), options,
+                                             MakeJournalPlace(*file));
     return MakeRoot(std::move(file), std::move(document), mode, storage);
   });
 }
@@ -93,7 +96,7 @@ HRESULT StgIsStorageFile(LPCOLESTR name) {
     compound::DocumentOptions options;
     options.readOnly = true;
     try {
-      compound::Document::Open(MakeByteFile(*file, false), options);
+      compound::Document::Open(MakeByteFile(file->Descriptor(), false, false), options);
     } catch (const compound::Error& error) {
       if (error.GetStatus() == compound::Status::kNotCompound) return S_FALSE;
     }

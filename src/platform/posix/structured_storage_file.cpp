@@ -22,64 +22,6 @@ namespace {
 
 StorageClock replacedClock = nullptr;
 
-compound::Status WriteStatus() {
-  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
-  return full ? compound::Status::kMediumFull : compound::Status::kWriteFault;
-}
-
-class DescriptorFile final : public compound::ByteFile {
- public:
-  DescriptorFile(int descriptor, bool synced) : descriptor_(descriptor), synced_(synced) {}
-
-  compound::Status ReadAt(std::uint64_t offset, void* buffer, std::size_t count,
-                          std::size_t* got) override {
-    *got = 0;
-    while (*got < count) {
-      const ssize_t now = ::pread(descriptor_, static_cast<char*>(buffer) + *got, count - *got,
-                                  static_cast<off_t>(offset + *got));
-      if (now == 0) break;
-      if (now < 0 && errno == EINTR) continue;
-      if (now < 0) return compound::Status::kReadFault;
-      *got += static_cast<std::size_t>(now);
-    }
-    return compound::Status::kOk;
-  }
-
-  compound::Status WriteAt(std::uint64_t offset, const void* buffer, std::size_t count) override {
-    std::size_t done = 0;
-    while (done < count) {
-      const ssize_t now = ::pwrite(descriptor_, static_cast<const char*>(buffer) + done,
-                                   count - done, static_cast<off_t>(offset + done));
-      if (now < 0 && errno == EINTR) continue;
-      if (now < 0) return WriteStatus();
-      if (now == 0) return compound::Status::kWriteFault;
-      done += static_cast<std::size_t>(now);
-    }
-    return compound::Status::kOk;
-  }
-
-  compound::Status Size(std::uint64_t* size) override {
-    struct stat facts {};
-    if (::fstat(descriptor_, &facts) != 0) return compound::Status::kReadFault;
-    *size = static_cast<std::uint64_t>(facts.st_size);
-    return compound::Status::kOk;
-  }
-
-  compound::Status SetSize(std::uint64_t size) override {
-    if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) return WriteStatus();
-    return compound::Status::kOk;
-  }
-
-  compound::Status Sync() override {
-    if (synced_ && ::fdatasync(descriptor_) != 0) return WriteStatus();
-    return compound::Status::kOk;
-  }
-
- private:
-  int descriptor_;
-  bool synced_;
-};
-
 HRESULT ResultFromErrno(int error) {
   switch (error) {
     case ENOENT:
@@ -350,10 +292,6 @@ HRESULT StorageFile::SetTimes(const FILETIME* created, const FILETIME* accessed,
   return S_OK;
 }
 
-std::unique_ptr<compound::ByteFile> MakeByteFile(const StorageFile& file, bool synced) {
-  return std::make_unique<DescriptorFile>(file.Descriptor(), synced);
-}
-
 HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
                         std::unique_ptr<StorageFile>* file) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -405,13 +343,17 @@ HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FIL
   return StorageFile(descriptor, resolved.path).SetTimes(created, accessed, modified);
 }
 
-void SyncDirectoryOf(const std::string& path) {
+bool SyncDirectoryOf(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
-  ::fsync(descriptor);
+  if (descriptor < 0) return false;
+  // Not every file system can sync a directory; where it cannot there is nothing to be had.
+  const bool synced = ::fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+  const int error = errno;
   ::close(descriptor);
+  errno = error;
+  return synced;
 }
 
 }  // namespace brevant::posix

@@ -1,7 +1,8 @@
 // The file of a compound document: how it is found, locked, written and timed. Below the seam only.
 #pragma once
 
-#include "compound/byte_file.h"
+#include "compound/journal.h"
+#include "platform/posix/structured_storage_bytes.h"
 
 #include <brevant/platform_types.h>
 
@@ -39,6 +40,9 @@ class StorageFile {
   HRESULT Publish();
 
   int Descriptor() const { return descriptor_; }
+  // The file that a draft is going to replace; null when there is none.
+  const StorageFile* Replaced() const { return replaced_.get(); }
+  bool IsDraft() const { return !draft_.empty(); }
   // Absolute.
   const std::string& Path() const { return path_; }
   // The file's times, for the root storage.
@@ -53,8 +57,16 @@ class StorageFile {
   std::unique_ptr<StorageFile> replaced_;
 };
 
-// What the engine reads and writes. Must not outlive the file; unsynced files are never synced.
-std::unique_ptr<compound::ByteFile> MakeByteFile(const StorageFile& file, bool synced);
+// Where the journal of a file stands. Must not outlive the file.
+std::unique_ptr<compound::JournalPlace> MakeJournalPlace(const StorageFile& file);
+// Before a file is made anew: whatever journal stands beside its name is finished, if it belongs to
+// the file that is replaced, and out of the way. Throws compound::Error.
+void SettleJournalBeforeCreation(const StorageFile& made);
+// Before a file is moved, deleted or replaced by its name: finishes the job of its journal, so that
+// none is left behind. Files that are no compound documents have none. S_OK, or why it cannot be.
+HRESULT SettleJournalOf(const std::string& path);
+// The name of a file's journal.
+std::string JournalName(const std::string& path);
 
 // Opens an existing file, shared among readers or not at all. S_OK, or a storage error code.
 HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
@@ -69,7 +81,8 @@ HRESULT CreateTemporaryFile(std::unique_ptr<StorageFile>* file);
 // Sets those of a file's times that are given and not zero.
 HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FILETIME* accessed,
                      const FILETIME* modified);
-// Makes the directory entry of a new file durable.
-void SyncDirectoryOf(const std::string& path);
+// Makes what was created, renamed and removed beside the path durable; false with errno set when
+// that fails.
+bool SyncDirectoryOf(const std::string& path);
 
 }  // namespace brevant::posix
