@@ -227,6 +227,8 @@ class BREVANT_API TForum {
   // Makes the element index anew, removes the oldest message when there are "Max Message Count" or
   // more, copies message into the element and writes its record. False when one of these failed.
   bool PlaceMessage(DWORD index, TMail& message);
+  // The message list in memory, or null when the list cannot be read; throws without memory.
+  brevant::TListIndex* LoadedIndex();
   // Marks a message as changed now (Greenwich time): the links to its neighbours are others.
   void TouchMessage(DWORD index);
 
@@ -238,7 +240,6 @@ class BREVANT_API TForum {
   bool TrimForInsertion(DWORD inserted);
   void ForgetCopies();
   void ForgetCopyOf(const TStream& stream);
-  brevant::TListIndex* LoadedIndex();
   int PutMessageRecord(std::optional<std::size_t> position, DWORD index, DWORD linkId,
                        const char* subject);
   template <typename Change>

@@ -140,7 +140,8 @@ class BREVANT_API TStorage {
   // For a sub-storage its changes join those of the file, which its root commits.
   int Commit();
   // The bytes written since the last commit through this compound file: into its streams and those
-  // of its sub-storages, the same place of an open stream once, and by Copy. At most 2^32 - 1.
+  // of its sub-storages, the same place of an open stream once, and by Copy; a change of an
+  // element's name or times, or its deletion, counts 128. At most 2^32 - 1.
   DWORD BytesSinceCommit() const;
   // Copies the whole content of source into this storage: streams of equal names are replaced,
   // storages of equal names merged. 0 when source is null.

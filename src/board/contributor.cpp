@@ -10,6 +10,17 @@ using brevant::Guarded;
 using brevant::kNoMessage;
 using brevant::MessageKey;
 
+namespace {
+
+// Making an element anew empties it: not under somebody who has it open, be it as the item at hand,
+// and not for an item that has nothing to copy.
+bool MayReplace(TContributor& list, DWORD index, const TMail& item) {
+  return item.IsOpen() &&
+         !brevant::IsOpenElsewhere(list.Storage().Interface(), MessageKey(index).Terminated());
+}
+
+}  // namespace
+
 TContributor::TContributor() = default;
 
 TContributor::~TContributor() = default;
@@ -25,14 +36,12 @@ DWORD TContributor::FindMessage(const char* subject) {
 
 DWORD TContributor::InsertMessage(TMail& item) {
   return Guarded(DWORD{0}, [&]() -> DWORD {
+    // A list that cannot be searched now must not get its items twice.
+    if (LoadedIndex() == nullptr) return 0;
     const DWORD fresh = static_cast<DWORD>(Number("Last Message Index")) + 1;
     const DWORD found = FindMessage(item.String("SUBJECT"));
     const DWORD index = found == kNoMessage ? fresh : found;
-    // Making an element anew empties it under whoever has it open, be it the item at hand.
-    if (found != kNoMessage &&
-        brevant::IsOpenElsewhere(Storage().Interface(), MessageKey(index).Terminated())) {
-      return 0;
-    }
+    if (found != kNoMessage && !MayReplace(*this, index, item)) return 0;
     if (!PlaceMessage(index, item)) return 0;
     const DWORD next = GetNextMessageIndex(index);
     const DWORD previous = GetPrevMessageIndex(index);

@@ -12,6 +12,9 @@ namespace {
 
 constexpr DWORD kOpen = 0x00000001;
 constexpr DWORD kTimesPending = 0x80000000;
+// What a change of an element's name, times or existence counts: its directory entry.
+constexpr std::uint64_t kEntryBytes = 128;
+
 DWORD Mode(int access, int create, int share) {
   return static_cast<DWORD>(access) | static_cast<DWORD>(create) | static_cast<DWORD>(share);
 }
@@ -109,7 +112,6 @@ int TStorage::Close() {
   brevant::ForgetWriteCounter(storage_);
   storage_->Release();
   storage_ = nullptr;
-  counter_.reset();
   // Element times can only be set on an element that is no longer open.
   if (named) {
     const FILETIME* created = &created_.FileTime();
@@ -119,9 +121,11 @@ int TStorage::Close() {
       StgSetTimes(stat.pwcsName, created, accessed, modified);
     } else {
       parent_->SetElementTimes(stat.pwcsName, created, accessed, modified);
+      counter_->Add(kEntryBytes);
     }
     CoTaskMemFree(stat.pwcsName);
   }
+  counter_.reset();
   if (parent_ != nullptr) parent_->Release();
   parent_ = nullptr;
   flags_ = 0;
@@ -146,8 +150,11 @@ int TStorage::Copy(IStorage* source) {
 
 int TStorage::DeleteElement(const char* name) {
   if (storage_ == nullptr || name == nullptr) return 0;
-  return brevant::Guarded(
-      0, [&] { return storage_->DestroyElement(brevant::WideName(name).c_str()) == S_OK ? 1 : 0; });
+  return brevant::Guarded(0, [&] {
+    if (storage_->DestroyElement(brevant::WideName(name).c_str()) != S_OK) return 0;
+    counter_->Add(kEntryBytes);
+    return 1;
+  });
 }
 
 int TStorage::RenameElement(const char* oldName, const char* newName) {
@@ -155,7 +162,9 @@ int TStorage::RenameElement(const char* oldName, const char* newName) {
   return brevant::Guarded(0, [&] {
     const auto from = brevant::WideName(oldName);
     const auto to = brevant::WideName(newName);
-    return storage_->RenameElement(from.c_str(), to.c_str()) == S_OK ? 1 : 0;
+    if (storage_->RenameElement(from.c_str(), to.c_str()) != S_OK) return 0;
+    counter_->Add(kEntryBytes);
+    return 1;
   });
 }
 
@@ -184,7 +193,9 @@ int TStorage::SetElementTimes(const char* name, const TTime* created, const TTim
     const HRESULT result =
         storage_->SetElementTimes(brevant::WideName(name).c_str(), FileTimeOf(created),
                                   FileTimeOf(accessed), FileTimeOf(modified));
-    return SUCCEEDED(result) ? 1 : 0;
+    if (FAILED(result)) return 0;
+    counter_->Add(kEntryBytes);
+    return 1;
   });
 }
 

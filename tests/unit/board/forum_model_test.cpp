@@ -1,75 +1,11 @@
 // Random operations on a forum against a plain model of it, with the stated rules and nothing else.
-#include "board/list_index.h"
 #include "board_fixture.h"
+#include "board_model.h"
 
-#include <algorithm>
-#include <map>
 #include <random>
 
 namespace board_test {
 namespace {
-
-struct Model {
-  DWORD first = 1;
-  DWORD last = 0;
-  DWORD count = 0;
-  DWORD most = 16;
-  std::vector<Row> list;
-  std::map<DWORD, std::string> elements;  // subject
-
-  std::size_t Position(DWORD index) const {
-    const auto row =
-        std::find_if(list.begin(), list.end(), [&](const Row& r) { return r.index == index; });
-    return static_cast<std::size_t>(row - list.begin());
-  }
-  DWORD Next(DWORD index) const {
-    const std::size_t at = Position(index);
-    return at + 1 < list.size() ? list[at + 1].index : brevant::kNoMessage;
-  }
-  DWORD Previous(DWORD index) const {
-    const std::size_t at = Position(index);
-    return at > 0 && at < list.size() ? list[at - 1].index : brevant::kNoMessage;
-  }
-  int Remove(DWORD index) {
-    const DWORD previous = Previous(index);
-    const DWORD next = Next(index);
-    const DWORD none = brevant::kNoMessage;
-    if (previous == none) first = next == none ? 1 : next;
-    if (next == none) last = previous == none ? 0 : previous;
-    if (elements.erase(index) == 0) return 0;
-    const std::size_t at = Position(index);
-    if (at < list.size()) list.erase(list.begin() + static_cast<std::ptrdiff_t>(at));
-    if (count != 0) --count;
-    return 1;
-  }
-  DWORD Insert(const std::string& subject, DWORD linkId) {
-    const DWORD index = last + 1;
-    elements[index] = "";
-    if (count >= most) Remove(first);
-    if (elements.count(index) == 0) return 0;  // the trim took the new element itself
-    elements[index] = subject;
-    Write(index, linkId, subject);
-    last = index;
-    ++count;
-    return index;
-  }
-  void Write(DWORD index, DWORD linkId, const std::string& subject) {
-    for (Row& row : list) {
-      if (row.index != index || row.linkId != linkId) continue;
-      row.subject = subject;
-      return;
-    }
-    list.push_back({index, linkId, subject});
-  }
-  void Change(DWORD index, DWORD linkId, const std::string& subject) {
-    const std::size_t at = Position(index);
-    if (at < list.size()) {
-      list[at] = {index, linkId, subject};
-    } else {
-      list.push_back({index, linkId, subject});
-    }
-  }
-};
 
 class ForumModel : public ForumTest {
  protected:

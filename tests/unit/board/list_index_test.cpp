@@ -1,6 +1,8 @@
 #include "board/list_index.h"
 
 #include "board_fixture.h"
+#include "store/ascii.h"
+#include "support/failing_memory.h"
 
 #include <random>
 
@@ -96,6 +98,30 @@ TEST_F(ListIndex, LongListsAreReadWhole) {
   EXPECT_EQ(index_.Previous(513), 512U);
 }
 
+TEST_F(ListIndex, SubjectsAreFoundIgnoringCaseAndTheFirstCounts) {
+  Add("5:0", "News");
+  Add("3:0", "news");
+  Add("4:0", "");
+  ASSERT_TRUE(index_.Load(list_));
+  EXPECT_EQ(index_.FindSubject("NEWS"), 0U);
+  EXPECT_EQ(index_.FindSubject(""), 2U);
+  EXPECT_EQ(index_.FindSubject("new"), std::nullopt);
+}
+
+TEST_F(ListIndex, SubjectsAreFoundWithoutMemoryToCollectThem) {
+  Add("5:0", "News");
+  Add("3:0", "other");
+  ASSERT_TRUE(index_.Load(list_));
+  const std::string missing(100, 'x');
+  {
+    const test::FailingMemory memory(0);
+    EXPECT_EQ(index_.FindSubject("OTHER"), 1U);
+    EXPECT_EQ(index_.FindSubject(missing), std::nullopt);
+    EXPECT_TRUE(memory.HasFailed());
+  }
+  EXPECT_EQ(index_.FindSubject("OTHER"), 1U);
+}
+
 // Against the plain list that it stands for.
 TEST_F(ListIndex, FollowsRandomChanges) {
   const unsigned seed = std::random_device()();
@@ -110,12 +136,12 @@ TEST_F(ListIndex, FollowsRandomChanges) {
     if (choice < 5 || rows.empty()) {
       // Now and then a number that is there already.
       const DWORD index = below(20) == 0 && next > 1 ? 1 + static_cast<DWORD>(below(next)) : next++;
-      rows.push_back({index, static_cast<DWORD>(below(3)), std::string(below(40), 's')});
+      rows.push_back({index, static_cast<DWORD>(below(3)), std::string(below(40), "sS"[below(2)])});
       index_.Append({rows.back().index, rows.back().linkId}, rows.back().subject);
     } else if (choice < 7) {
       const std::size_t at = below(rows.size());
       rows[at].linkId = static_cast<DWORD>(below(5));
-      rows[at].subject = std::string(below(40), 't');
+      rows[at].subject = std::string(below(40), "tT"[below(2)]);
       index_.Replace(at, {rows[at].index, rows[at].linkId}, rows[at].subject);
     } else {
       const std::size_t at = choice == 7 ? below(rows.size()) : 0;
@@ -130,6 +156,11 @@ TEST_F(ListIndex, FollowsRandomChanges) {
     ASSERT_EQ(index_.Find(wanted).has_value(), found);
     ASSERT_EQ(index_.Next(wanted), found && at + 1 < rows.size() ? rows[at + 1].index : kNoMessage);
     ASSERT_EQ(index_.Previous(wanted), found && at > 0 ? rows[at - 1].index : kNoMessage);
+    const std::string subject(below(40), "sStT"[below(4)]);
+    std::size_t named = 0;
+    while (named < rows.size() && !brevant::EqualsIgnoreCase(rows[named].subject, subject)) ++named;
+    ASSERT_EQ(index_.FindSubject(subject),
+              named < rows.size() ? std::optional(named) : std::nullopt);
     if (found) {
       ASSERT_EQ(index_.Find(wanted), at);
       ASSERT_EQ(index_.Find(wanted, rows[at].linkId), at);

@@ -2,6 +2,8 @@
 #include "board_fixture.h"
 #include "support/failing_memory.h"
 
+#include <brevant/contributor.h>
+
 #include <string>
 
 namespace board_test {
@@ -41,6 +43,39 @@ TEST_F(NoMemory, ATextThatWasNotCachedHidesNoDefault) {
                          });
   EXPECT_GE(index, 0);
   EXPECT_STREQ(forum_.String("HTML Filename"), kLong.c_str());
+}
+
+// Whatever is lacking, an item is there once, old or new, and one that was inserted is found.
+TEST_F(NoMemory, ASubjectIsNeverThereTwice) {
+  TContributor list;
+  const auto item = NewMessage("news", "new");
+  DWORD index = 0;
+  bool failed = true;
+  for (long allowed = 0; failed; ++allowed) {
+    SCOPED_TRACE(allowed);
+    list.Close();
+    ASSERT_EQ(list.Open("list", Directory(), kReadWrite, kCreate, kExclusive), 1);
+    ASSERT_EQ(Insert(list, "News", "old"), 1U);
+    ASSERT_EQ(Insert(list, "other"), 2U);
+    ASSERT_EQ(list.Storage().Commit(), 1);
+    list.Close();
+    ASSERT_EQ(list.Open("list", Directory(), kReadWrite, 0, kExclusive), 1);
+    {
+      const test::FailingMemory memory(allowed);
+      index = list.InsertMessage(*item);
+      failed = memory.HasFailed();
+    }
+    EXPECT_TRUE(index == 0 || index == 1) << index;
+    // A document whose change has failed may be given up; then the last commit is what there is.
+    list.Close();
+    ASSERT_EQ(list.Open("list", Directory(), kReadWrite, 0, kExclusive), 1);
+    const std::vector<Row> rows = Rows(list);
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_EQ(rows[0].index, 1U);
+    EXPECT_EQ(rows[1], (Row{2, 0, "other"}));
+    EXPECT_EQ(list.Number("Message Count"), 2);
+  }
+  EXPECT_EQ(index, 1U);
 }
 
 }  // namespace

@@ -320,6 +320,29 @@ TEST_F(Storage, CountsCopiedBytes) {
   EXPECT_EQ(root.BytesSinceCommit(), 1024U);
 }
 
+TEST_F(Storage, ChangesOfElementsCountTheirDirectoryEntry) {
+  TStorage root;
+  ASSERT_EQ(Create(root), 1);
+  { TStorage child(root.Interface(), "1", kReadWrite, kCreate, kExclusive); }
+  ASSERT_EQ(root.Commit(), 1);
+  const TTime time(2000, 1, 1, 0, 0, 0);
+  EXPECT_EQ(root.SetElementTimes("1", nullptr, nullptr, &time), 1);
+  EXPECT_EQ(root.BytesSinceCommit(), 128U);
+  EXPECT_EQ(root.RenameElement("1", "2"), 1);
+  EXPECT_EQ(root.BytesSinceCommit(), 256U);
+  {
+    TStorage child(root.Interface(), "2", kReadWrite, 0, kExclusive);
+    child.SetTimes(&time, nullptr, nullptr);
+    EXPECT_EQ(root.BytesSinceCommit(), 256U) << "applied when it is closed";
+  }
+  EXPECT_EQ(root.BytesSinceCommit(), 384U);
+  EXPECT_EQ(root.DeleteElement("2"), 1);
+  EXPECT_EQ(root.BytesSinceCommit(), 512U);
+  EXPECT_EQ(root.DeleteElement("2"), 0);
+  EXPECT_EQ(root.RenameElement("2", "3"), 0);
+  EXPECT_EQ(root.BytesSinceCommit(), 512U) << "what failed changed nothing";
+}
+
 TEST_F(Storage, CountsApartForEveryFile) {
   TStorage root;
   ASSERT_EQ(Create(root), 1);
