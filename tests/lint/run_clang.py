@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
-"""run_clang.py format|tidy ROOT BUILD: clang-format or clang-tidy over the sources.
+"""run_clang.py format|tidy|analyze ROOT BUILD: clang-format, clang-tidy or its analyzer over the sources.
 
 What passed is remembered by the hash of all that went into it, so that a second run after a small
-change is short: a source is looked at again when it, any header of the project, the settings or the
-tool changed.
+change is short: a source is looked at again when it, a header of the project that it includes, the
+settings or the tool changed.
 """
 import concurrent.futures
 import hashlib
 import json
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -42,16 +43,34 @@ def check_format(tool, names):
     return result.returncode
 
 
-def includes_hash(names):
-    total = hashlib.sha256()
+def included(names):
+    """For each file the project's own files that it includes, directly or not. An include is taken
+    for every file whose path ends like it: too many rather than too few."""
+    ends = {}
     for name in names:
-        if name.endswith(".h"):
-            total.update(name.encode() + b"\0" + content(name))
-    total.update(content(".clang-tidy"))
-    return total.digest()
+        parts = name.split("/")
+        for i in range(len(parts)):
+            ends.setdefault("/".join(parts[i:]), set()).add(name)
+    direct = {}
+    for name in names:
+        texts = re.findall(rb'^\s*#\s*include\s*["<]([^">]+)[">]', content(name), re.M)
+        direct[name] = {n for t in texts for n in ends.get(t.decode(), ())}
+
+    def closure(name):
+        seen, todo = {name}, [name]
+        while todo:
+            new = direct[todo.pop()] - seen
+            seen |= new
+            todo += new
+        return sorted(seen)
+
+    return closure
 
 
 def check_tidy(tool, names):
+    # The analyzer takes as long as all the rest together: it is a check of its own.
+    checks = "--checks=" + ("-*,clang-analyzer-*,-clang-analyzer-optin.performance.Padding"
+                            if mode == "analyze" else "-clang-analyzer-*")
     compiled = {os.path.relpath(e["file"], root)
                 for e in json.load(open(os.path.join(build, "compile_commands.json")))}
     # The library and the host; tests are held to the warnings of the compiler.
@@ -59,14 +78,19 @@ def check_tidy(tool, names):
              and n in compiled]
     cache = os.path.join(build, "clang-tidy-passed")
     os.makedirs(cache, exist_ok=True)
-    common = includes_hash(names) + subprocess.run([tool, "--version"], capture_output=True).stdout
+    common = content(".clang-tidy") + mode.encode() + subprocess.run(
+        [tool, "--version"], capture_output=True).stdout
+    closure = included(names)
 
     def one(name):
-        mark = os.path.join(cache, hashlib.sha256(common + name.encode() + content(name)).hexdigest())
+        total = hashlib.sha256(common)
+        for part in closure(name):
+            total.update(part.encode() + b"\0" + content(part))
+        mark = os.path.join(cache, total.hexdigest())
         if os.path.exists(mark):
             return name, 0, ""
-        result = subprocess.run([tool, "-p", build, "--quiet", name], cwd=root, capture_output=True,
-                                text=True)
+        result = subprocess.run([tool, "-p", build, "--quiet", checks, name], cwd=root,
+                                capture_output=True, text=True)
         if result.returncode == 0:
             open(mark, "w").close()
         return name, result.returncode, result.stdout
@@ -82,13 +106,14 @@ def check_tidy(tool, names):
 
 
 def main():
-    tool = shutil.which("clang-" + mode) or shutil.which("clang-%s-14" % mode)
+    kind = "format" if mode == "format" else "tidy"
+    tool = shutil.which("clang-" + kind) or shutil.which("clang-%s-14" % kind)
     if not tool:
-        print("clang-%s is not installed" % mode)
+        print("clang-%s is not installed" % kind)
         return 1
     names = [n for n in tracked() if n.endswith((".cpp", ".h"))
              and not n.startswith(("tests/golden/", "bench/peers/"))]
-    return check_format(tool, names) if mode == "format" else check_tidy(tool, names)
+    return check_format(tool, names) if kind == "format" else check_tidy(tool, names)
 
 
 sys.exit(main())
