@@ -1,6 +1,8 @@
-// The page writer: templates fed and rendered, with and without tags and repeated parts. The floor
-// copies as many bytes. Rates count the bytes of the finished page.
+// The page writer: templates fed and rendered, with and without tags and repeated parts; and HTML
+// made plain text. The floor copies as many bytes. Rates count the bytes of the finished page.
+#include "text/charset.h"
 #include "text/filters.h"
+#include "text/plain_text.h"
 #include "unit/text/template_board.h"
 
 #include <benchmark/benchmark.h>
@@ -95,10 +97,42 @@ void EscapeAndDecode(benchmark::State& state) {
   Report(state, page.size());
 }
 
+// A mail as programs write it: paragraphs of words with some markup and references.
+std::string HtmlMail() {
+  std::string mail = "<html><head><title>Mail</title></head><body>\r\n";
+  for (int i = 0; i < kRows; ++i) {
+    mail +=
+        "<p style=\"margin:0\">It was a dark &amp; stormy night; the rain fell in torrents, "
+        "except\r\n"
+        "at <b>occasional</b> intervals, when it was checked by a violent gust of wind<br>\r\n"
+        "which swept up the streets (for it is in London&nbsp;that our scene lies).</p>\r\n";
+  }
+  return mail + "</body></html>\r\n";
+}
+
+// Rates count the bytes of the HTML.
+void ConvertToPlainText(benchmark::State& state, const std::string& html) {
+  for (auto _ : state) benchmark::DoNotOptimize(brevant::HtmlToPlainText(html));
+  Report(state, html.size());
+}
+void PlainTextOfAMail(benchmark::State& state) { ConvertToPlainText(state, HtmlMail()); }
+void PlainTextOfAPage(benchmark::State& state) { ConvertToPlainText(state, PlainPage()); }
+void PlainTextInUtf8(benchmark::State& state) {
+  const std::string html = HtmlMail();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        brevant::HtmlToPlainText(brevant::DecodeText(html, "utf-8"), {.isUtf8 = true}));
+  }
+  Report(state, html.size());
+}
+
 BENCHMARK(FloorCopy)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FeedPlainPage)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FeedAndRenderPlainPage)->Unit(benchmark::kMicrosecond);
 BENCHMARK(RepeatAndRenderRows)->Unit(benchmark::kMicrosecond);
 BENCHMARK(EscapeAndDecode)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PlainTextOfAMail)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PlainTextOfAPage)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PlainTextInUtf8)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

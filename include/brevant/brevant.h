@@ -8,3 +8,4 @@
 #include <brevant/net.h>
 #include <brevant/store.h>
 #include <brevant/survey_question.h>
+#include <brevant/text.h>

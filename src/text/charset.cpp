@@ -235,6 +235,24 @@ void TTextDecoder::Finish(std::string& utf8) {
   pending_.clear();
 }
 
+void TUtf8Check::Add(std::string_view bytes) {
+  const std::string joined = pending_.empty() ? std::string() : pending_ + std::string(bytes);
+  std::string_view rest = pending_.empty() ? bytes : joined;
+  pending_.clear();
+  while (valid_) {
+    rest.remove_prefix(AsciiLength(rest));
+    if (rest.empty()) return;
+    ascii_ = false;
+    const TSequence sequence = ReadSequence(rest);
+    if (sequence.state == TSequence::TState::kUnfinished) {
+      pending_ = rest;
+      return;
+    }
+    valid_ = sequence.state == TSequence::TState::kWhole;
+    rest.remove_prefix(sequence.length);
+  }
+}
+
 std::string DecodeText(std::string_view bytes, TCharset charset) {
   std::string utf8;
   utf8.reserve(bytes.size());

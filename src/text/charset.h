@@ -10,7 +10,8 @@ namespace brevant {
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 
 enum class TCharset {
-  // A label that nobody knows, none at all, or us-ascii (whose bytes of 128 and more prove the label
+  // A label that nobody knows, none at all, or us-ascii (whose bytes of 128 and more prove the
+  // label
   // wrong). What is a UTF-8 sequence counts as one, every other byte as windows-1252.
   kUnknown = 0,
   // The ISO-8859 family by its part numbers (12 was never published). Mail that says iso-8859-1 and
@@ -21,7 +22,8 @@ enum class TCharset {
   kUtf8 = 102,
 };
 
-// What a label means: in any letter case, with blanks or quotes around it, under its common aliases.
+// What a label means: in any letter case, with blanks or quotes around it, under its common
+// aliases.
 TCharset FindCharset(std::string_view label);
 
 // Turns text that arrives in pieces into UTF-8. A broken sequence becomes one replacement character
@@ -43,6 +45,20 @@ class TTextDecoder {
   std::string pending_;  // the beginning of a UTF-8 sequence
 };
 
+// Watches a text that arrives in pieces.
+class TUtf8Check {
+ public:
+  void Add(std::string_view bytes);
+  // Whether all of it is ASCII so far; whether it is UTF-8 without a broken sequence.
+  bool Ascii() const { return ascii_; }
+  bool Valid() const { return valid_ && pending_.empty(); }
+
+ private:
+  bool ascii_ = true;
+  bool valid_ = true;
+  std::string pending_;  // the beginning of a sequence
+};
+
 // A whole text at once.
 std::string DecodeText(std::string_view bytes, TCharset charset);
 std::string DecodeText(std::string_view bytes, std::string_view label);
@@ -52,7 +68,8 @@ std::string DecodeText(std::string_view bytes, std::string_view label);
 char32_t TakeCharacter(std::string_view& text);
 void AppendUtf8(std::string& text, char32_t character);
 
-// The longest beginning of a UTF-8 text that has at most room bytes and ends with a whole character.
+// The longest beginning of a UTF-8 text that has at most room bytes and ends with a whole
+// character.
 std::string_view CutAtCharacter(std::string_view text, std::size_t room);
 
 }  // namespace brevant

@@ -180,6 +180,29 @@ TEST(Charset, ACharacterMayComeInTwoPieces) {
   }
 }
 
+TEST(Charset, Utf8IsToldFromOtherTextsHoweverItComes) {
+  struct TRow {
+    const char* text;
+    bool ascii;
+    bool valid;
+  };
+  for (const TRow& row : {TRow{"", true, true},
+                          {"plain", true, true},
+                          {"a\xC3\xA4\xE2\x82\xACz", false, true},
+                          {"a\xE4z", false, false},
+                          {"a\xC3", false, false},
+                          {"\xE2\x82z\xC3\xA4", false, false}}) {
+    const std::string_view text = row.text;
+    for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+      TUtf8Check check;
+      check.Add(text.substr(0, cut));
+      check.Add(text.substr(cut));
+      EXPECT_EQ(check.Ascii(), row.ascii) << row.text;
+      EXPECT_EQ(check.Valid(), row.valid) << row.text;
+    }
+  }
+}
+
 TEST(Charset, TextsAreCutAtAWholeCharacter) {
   const std::string text = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
   const std::size_t expected[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10, 10};
