@@ -1,6 +1,7 @@
 #include "shared/form_data.h"
 
 #include "store/ascii.h"
+#include "text/charset.h"
 
 #include <algorithm>
 
@@ -33,6 +34,18 @@ std::string DecodeUrl(std::string_view text) {
   return decoded;
 }
 
+std::string_view WithoutBlanksAround(std::string_view text) {
+  while (!text.empty() && IsSpaceAscii(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsSpaceAscii(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+std::string WithoutZeros(std::string_view text) {
+  std::string plain(text);
+  std::replace(plain.begin(), plain.end(), '\0', ' ');
+  return plain;
+}
+
 }  // namespace
 
 std::vector<TFormField> ParseUrlEncoded(std::string_view text) {
@@ -50,6 +63,35 @@ std::vector<TFormField> ParseUrlEncoded(std::string_view text) {
                       DecodeUrl(field.substr(std::min(equals + 1, field.size())))});
   }
   return fields;
+}
+
+std::vector<TFormField> ParsePlainForm(std::string_view text) {
+  std::vector<TFormField> fields;
+  while (!text.empty() && fields.size() < kMostFormFields) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = WithoutBlanksAround(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) continue;
+    fields.push_back({WithoutZeros(WithoutBlanksAround(line.substr(0, equals))),
+                      WithoutZeros(WithoutBlanksAround(line.substr(equals + 1)))});
+    // Nothing but a blank tells text from an encoded line.
+    if (std::any_of(line.begin(), line.end(), IsSpaceAscii)) continue;
+    for (TFormField& field : ParseUrlEncoded(line)) fields.push_back(std::move(field));
+  }
+  if (fields.size() > kMostFormFields) fields.resize(kMostFormFields);
+  return fields;
+}
+
+void DecodeForm(std::vector<TFormField>& fields, const std::string& label) {
+  std::string charset = label;
+  for (const TFormField& field : fields) {
+    if (charset.empty() && field.name == "_charset_") charset = field.value;
+  }
+  for (TFormField& field : fields) {
+    field.name = DecodeText(field.name, charset);
+    field.value = DecodeText(field.value, charset);
+  }
 }
 
 bool FormMaySet(std::string_view name) {

@@ -18,6 +18,15 @@ struct TFormField {
 inline constexpr std::size_t kMostFormFields = 256;
 std::vector<TFormField> ParseUrlEncoded(std::string_view text);
 
+// The fields of a form that a browser handed to a mail program as the text of a mail: lines
+// "name=value" as they are, and lines without a blank as URL-encoded text too. A text that is no
+// form may give fields as well. At most kMostFormFields.
+std::vector<TFormField> ParsePlainForm(std::string_view text);
+
+// Turns names and values into UTF-8, out of the character set of that label; without one out of the
+// one that the form's field "_charset_" names.
+void DecodeForm(std::vector<TFormField>& fields, const std::string& label);
+
 // Whether a form may set an item's value of that name: not what the board itself relies on, and no
 // name that is empty, too long for a record or holds a control character.
 bool FormMaySet(std::string_view name);

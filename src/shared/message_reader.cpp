@@ -3,6 +3,9 @@
 #include "platform/win32.h"
 #include "shared/attachment_name.h"
 #include "store/ascii.h"
+#include "store/records.h"
+#include "text/charset.h"
+#include "text/encoded_words.h"
 
 #include <algorithm>
 
@@ -20,37 +23,87 @@ constexpr std::string_view kFormFile = "POSTDATA.ATT";
 
 std::string Text(const char* text) { return text != nullptr ? text : ""; }
 
+// What a record of that size holds of a value beside its key.
+std::string FitRecord(const std::string& value, std::string_view key, int recordSize) {
+  const std::size_t taken = key.size() + 2;
+  const auto size = static_cast<std::size_t>(recordSize);
+  return std::string(CutAtCharacter(value, size - std::min(taken, size)));
+}
+
 }  // namespace
 
 TMessageReader::TMessageReader(TMIMEEnabledPOP3& client, std::string localDirectory,
-                               const std::atomic<int>& continueFlag)
-    : client_(client), localDirectory_(std::move(localDirectory)), continueFlag_(continueFlag) {}
+                               const std::atomic<int>& continueFlag, bool decodeText)
+    : client_(client),
+      localDirectory_(std::move(localDirectory)),
+      continueFlag_(continueFlag),
+      decodeText_(decodeText) {}
 
 bool TMessageReader::MayGoOn() const {
   return continueFlag_ != 0 && (client_.Status() & kStatusConnected) != 0;
 }
 
-TReadResult TMessageReader::Read(TMail& mail, bool attachmentsAllowed) {
+TReadResult TMessageReader::OpenMessage() {
   written_ = true;
   buffer_.resize(kLineBuffer);
   form_.clear();
   formCharset_.clear();
   files_.clear();
   images_.clear();
-  if (client_.OpenCurrent(1) == 0) return MayGoOn() ? TReadResult::kRefused : TReadResult::kBroken;
-  CopyHeaders(mail);
-  TMessageText text(mail);
-  while (written_ && text.Good() && MayGoOn() && client_.OpenPart() != 0) {
-    ReadPart(mail, text, attachmentsAllowed);
+  if (client_.OpenCurrent(1) != 0) return TReadResult::kRead;
+  return MayGoOn() ? TReadResult::kRefused : TReadResult::kBroken;
+}
+
+// Hands every part to take, as long as that gives true, and reads on to the message's end: the next
+// reply stands only behind it.
+template <typename TTake>
+TReadResult TMessageReader::WalkParts(TTake&& take) {
+  while (MayGoOn() && client_.OpenPart() != 0 && take()) {
   }
-  // A part may end before its message does; the next reply stands only behind the message's end.
-  const bool whole = client_.FinishMessage() != 0 && MayGoOn();
-  TReadResult result = whole ? TReadResult::kRead : TReadResult::kBroken;
+  return client_.FinishMessage() != 0 && MayGoOn() ? TReadResult::kRead : TReadResult::kBroken;
+}
+
+TReadResult TMessageReader::Read(TMail& mail, bool attachmentsAllowed) {
+  TReadResult result = OpenMessage();
+  if (result != TReadResult::kRead) return result;
+  CopyHeaders(mail);
+  TMessageText text(mail, decodeText_);
+  result = WalkParts([&] {
+    if (written_ && text.Good()) ReadPart(mail, text, attachmentsAllowed);
+    return written_ && text.Good();
+  });
   if (result == TReadResult::kRead) {
     ApplyForm(mail, text);
     if (!text.Finish(images_) || !written_) result = TReadResult::kUnwritable;
   }
   if (result != TReadResult::kRead) RemoveFiles();
+  return result;
+}
+
+TReadResult TMessageReader::ReadForm(std::vector<TFormField>& fields) {
+  fields.clear();
+  TReadResult result = OpenMessage();
+  if (result != TReadResult::kRead) return result;
+  std::string text;
+  std::string textCharset;
+  result = WalkParts([&] {
+    const TPartKind kind = PartKind();
+    if (kind == TPartKind::kForm) {
+      ReadFormPart();
+    } else if (kind == TPartKind::kPlain) {
+      if (textCharset.empty()) textCharset = Text(client_.PartCharset());
+      if (!text.empty()) text += '\n';
+      ReceiveUpTo(kLargestForm, text);
+    } else {
+      client_.SkipCurrentPart();
+    }
+    return true;
+  });
+  if (result != TReadResult::kRead) return result;
+  fields = FormFields();
+  std::vector<TFormField> typed = ParsePlainForm(text);
+  if (decodeText_) DecodeForm(typed, textCharset);
+  fields.insert(fields.end(), typed.begin(), typed.end());
   return result;
 }
 
@@ -60,22 +113,36 @@ void TMessageReader::RemoveFiles() {
 }
 
 bool TMessageReader::SetText(TMail& mail, const char* key, const std::string& value) {
-  if (mail.String(key, value.c_str()) == 1) return true;
+  const std::string fitting = decodeText_ ? FitRecord(value, key, kInfoRecordSize) : value;
+  if (mail.String(key, fitting.c_str()) == 1) return true;
   written_ = false;
   return false;
 }
 
 void TMessageReader::CopyHeaders(TMail& mail) {
-  SetText(mail, "SUBJECT", Text(client_.Subject()));
-  SetText(mail, "FROM", Text(client_.From()));
-  SetText(mail, "TO", Text(client_.To()));
-  SetText(mail, "E-Mail Address", Text(mail.String("From Email Address")));
+  const std::string from = Text(client_.From());
+  // The address is that of the header as it came, whatever its decoded text looks like.
+  mail.SetString("FROM", from.c_str());
+  const std::string address = Text(mail.String("From Email Address"));
+  const std::string subject = Text(client_.Subject());
+  const std::string to = Text(client_.To());
+  SetText(mail, "SUBJECT", decodeText_ ? DecodeHeader(subject) : subject);
+  SetText(mail, "FROM", decodeText_ ? DecodeAddressHeader(from) : from);
+  SetText(mail, "TO", decodeText_ ? DecodeAddressHeader(to) : to);
+  SetText(mail, "E-Mail Address", decodeText_ ? DecodeText(address, TCharset::kUnknown) : address);
+  if (decodeText_) SetText(mail, "Header Charset", "utf-8");
   mail.SetTime(client_.ResourceTime());
+}
+
+// The name that the part gives itself.
+std::string TMessageReader::PartFileName() const {
+  const std::string name = Text(client_.PartFileName());
+  return decodeText_ ? DecodeHeader(name) : name;
 }
 
 TMessageReader::TPartKind TMessageReader::PartKind() {
   const auto is = [this](const char* type) { return client_.IsContent(type) != 0; };
-  const std::string name = Text(client_.PartFileName());
+  const std::string name = PartFileName();
   const TPartKind file = EqualsIgnoreCase(name, kFormFile) ? TPartKind::kForm : TPartKind::kFile;
   if (is("image")) return TPartKind::kFile;
   // As mail is today, a named part is a file whatever its type.
@@ -130,19 +197,24 @@ void TMessageReader::ReadTextPart(TMessageText& text, bool html) {
   text.EndPart();
 }
 
+// Appends the decoded part to text, which takes no more than limit bytes.
+void TMessageReader::ReceiveUpTo(std::size_t limit, std::string& text) {
+  ReceivePart([&text, limit](std::string_view piece) {
+    text += piece.substr(0, limit - std::min(text.size(), limit));
+    return true;
+  });
+}
+
 void TMessageReader::ReadFormPart() {
   if (form_.empty()) formCharset_ = Text(client_.PartCharset());
   if (!form_.empty()) form_ += '&';
-  ReceivePart([this](std::string_view piece) {
-    form_ += piece.substr(0, kLargestForm - std::min(form_.size(), kLargestForm));
-    return true;
-  });
+  ReceiveUpTo(kLargestForm, form_);
 }
 
 void TMessageReader::ReadFilePart(TMail& mail) {
   const std::string_view type = ImageType();
   const std::string contentId = Text(client_.PartContentId());
-  std::string shownName = Text(client_.PartFileName());
+  std::string shownName = PartFileName();
   std::string safeName = SafeFileName(shownName);
   if (safeName.empty()) shownName = safeName = NamelessAttachment(type);
   if (IsForbiddenAttachment(safeName)) {
@@ -189,17 +261,26 @@ bool TMessageReader::RecordAttachment(TMail& mail, const std::string& storedName
       mail.CreateList("ATTACHMENT", kAttachmentRecord) == 0) {
     return false;
   }
-  const int result = mail.WriteListItem(storedName.c_str(), shownName.c_str(), -1);
+  const std::string value =
+      decodeText_ ? FitRecord(shownName, storedName, kAttachmentRecord) : shownName;
+  const int result = mail.WriteListItem(storedName.c_str(), value.c_str(), -1);
   mail.CloseList();
   return result == 1;
+}
+
+std::vector<TFormField> TMessageReader::FormFields() const {
+  std::vector<TFormField> fields = ParseUrlEncoded(form_);
+  if (decodeText_) DecodeForm(fields, formCharset_);
+  return fields;
 }
 
 void TMessageReader::ApplyForm(TMail& mail, TMessageText& text) {
   if (form_.empty()) return;
   const bool noText = text.Empty();
-  for (TFormField& field : ParseUrlEncoded(form_)) {
+  const std::string charset = decodeText_ ? "utf-8" : formCharset_;
+  for (TFormField& field : FormFields()) {
     if (noText && EqualsIgnoreCase(field.name, "Content")) {
-      text.BeginPart(false, formCharset_.c_str());
+      text.BeginPart(false, charset.c_str());
       text.Append(field.value);
       text.EndPart();
     } else if (FormMaySet(field.name)) {

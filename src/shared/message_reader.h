@@ -24,9 +24,10 @@ enum class TReadResult {
 
 class TMessageReader {
  public:
-  // localDirectory: where attachments go, with its final separator. The flag is the task's.
+  // localDirectory: where attachments go, with its final separator. The flag is the task's. With
+  // decodeText header texts are filed as UTF-8.
   TMessageReader(TMIMEEnabledPOP3& client, std::string localDirectory,
-                 const std::atomic<int>& continueFlag);
+                 const std::atomic<int>& continueFlag, bool decodeText = false);
   // Removes the files that nobody took: their message was not filed.
   ~TMessageReader() { RemoveFiles(); }
   TMessageReader(const TMessageReader&) = delete;
@@ -35,6 +36,10 @@ class TMessageReader {
   // Opens the client's current message and reads it to its end into mail, an open temporary item.
   // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
   TReadResult Read(TMail& mail, bool attachmentsAllowed);
+  // Opens the client's current message, reads it to its end and gives the fields of every form in
+  // it, in their order: of form parts and files, and of plain text that is a form's. With
+  // decodeText they are UTF-8.
+  TReadResult ReadForm(std::vector<TFormField>& fields);
 
   // Hands over the files that the last message left in the local directory, by their paths: they
   // stay now.
@@ -45,17 +50,23 @@ class TMessageReader {
  private:
   enum class TPartKind { kSkipped, kHtml, kPlain, kForm, kFile };
 
+  TReadResult OpenMessage();
+  template <typename TTake>
+  TReadResult WalkParts(TTake&& take);
   void CopyHeaders(TMail& mail);
   TPartKind PartKind();
   std::string_view ImageType();
   void ReadPart(TMail& mail, TMessageText& text, bool attachmentsAllowed);
   void ReadTextPart(TMessageText& text, bool html);
+  void ReceiveUpTo(std::size_t limit, std::string& text);
   void ReadFormPart();
   void ReadFilePart(TMail& mail);
   bool ReceiveFile(TNewFile& file);
   bool ReceiveImage(TNewFile& file, std::string_view extension);
   bool RecordAttachment(TMail& mail, const std::string& storedName, const std::string& shownName);
+  std::vector<TFormField> FormFields() const;
   void ApplyForm(TMail& mail, TMessageText& text);
+  std::string PartFileName() const;
   template <typename TSink>
   bool ReceivePart(TSink&& sink);
   bool SetText(TMail& mail, const char* key, const std::string& value);
@@ -64,6 +75,7 @@ class TMessageReader {
   TMIMEEnabledPOP3& client_;
   std::string localDirectory_;
   const std::atomic<int>& continueFlag_;
+  bool decodeText_;
   bool written_ = true;  // everything so far could be written
   std::string buffer_;
   std::string form_;

@@ -11,9 +11,12 @@ namespace brevant {
 namespace {
 
 constexpr std::size_t kBufferSize = 65536;
-// HTML beyond this is stored as it came, its "cid:" references included.
-constexpr DWORD kMostHtmlInMemory = 32u * 1024 * 1024;
+// Content beyond this is stored as it came: its "cid:" references are not replaced, and parts of
+// different character sets keep theirs.
+constexpr DWORD kMostInMemory = 32u * 1024 * 1024;
 constexpr const char* kDefaultCharset = "iso-8859-1";
+constexpr std::string_view kAscii = "us-ascii";
+constexpr const char* kUtf8 = "utf-8";
 
 std::string_view Entity(char c) {
   switch (c) {
@@ -68,6 +71,20 @@ std::string EscapeHtml(std::string_view text) {
   return escaped;
 }
 
+std::string EscapeHtmlToAscii(std::string_view utf8) {
+  std::string ascii;
+  std::string escaped = EscapeHtml(utf8);
+  for (std::string_view rest = escaped; !rest.empty();) {
+    const char32_t character = TakeCharacter(rest);
+    if (character < 128) {
+      ascii.push_back(static_cast<char>(character));
+    } else {
+      ascii += "&#" + std::to_string(static_cast<DWORD>(character)) + ";";
+    }
+  }
+  return ascii;
+}
+
 std::string ReplaceContentIds(std::string_view html, const std::vector<TInlineImage>& images,
                               std::vector<bool>& seen) {
   constexpr std::string_view kScheme = "cid:";  // in any letter case; the identifier as it stands
@@ -106,23 +123,67 @@ std::string ReplaceContentIds(std::string_view html, const std::vector<TInlineIm
 }
 
 void TMessageText::BeginPart(bool html, const char* charset) {
-  const std::string name = charset != nullptr && *charset != '\0' ? charset : kDefaultCharset;
+  const bool named = charset != nullptr && *charset != '\0';
+  const std::string name = named ? charset : kDefaultCharset;
   mode_ = TMode::kCopy;
+  decoder_.reset();
   carriageReturn_ = false;
   if (!started_ || (html && !html_)) {
     if (started_) Restart();
     html_ = html;
     charset_ = name;
+    charsetNamed_ = named;
   } else {
-    // us-ascii text may be followed by text that needs more.
-    if (EqualsIgnoreCase(charset_, "us-ascii")) charset_ = name;
+    JoinCharset(name, named);
     if (html_ && !html) mode_ = TMode::kEscape;
     if (!html_ && last_ != '\n') Put("\r\n");
   }
   started_ = true;
 }
 
+// A part of this character set is going to be appended.
+void TMessageText::JoinCharset(const std::string& added, bool named) {
+  if (EqualsIgnoreCase(charset_, kAscii)) {
+    // Text that needs more may follow.
+    charset_ = added;
+    charsetNamed_ = named;
+    return;
+  }
+  const TCharset present = FindCharset(charset_);
+  if (!decodeText_ || EqualsIgnoreCase(added, kAscii) || present == TCharset::kUnknown ||
+      present == FindCharset(added)) {
+    return;
+  }
+  if (present != TCharset::kUtf8 && !BecomeUtf8(charsetNamed_ ? present : TCharset::kUnknown)) {
+    return;
+  }
+  decoder_.emplace(named ? FindCharset(added) : TCharset::kUnknown);
+}
+
+// Rewrites what is there; false, and nothing is changed, when it is too much or cannot be read.
+bool TMessageText::BecomeUtf8(TCharset present) {
+  const std::optional<std::string> written = WrittenSoFar();
+  if (!written) return false;
+  const bool empty = empty_;
+  Restart();
+  Put(DecodeText(*written, present));
+  empty_ = empty;
+  charset_ = kUtf8;
+  charsetNamed_ = true;
+  return true;
+}
+
 void TMessageText::Append(std::string_view text) {
+  if (!decoder_) {
+    PutText(text);
+    return;
+  }
+  std::string utf8;
+  decoder_->Decode(text, utf8);
+  PutText(utf8);
+}
+
+void TMessageText::PutText(std::string_view text) {
   empty_ = empty_ && IsBlankText(text);
   if (mode_ == TMode::kEscape) {
     PutEscaped(text);
@@ -132,6 +193,12 @@ void TMessageText::Append(std::string_view text) {
 }
 
 void TMessageText::EndPart() {
+  if (decoder_) {
+    std::string rest;
+    decoder_->Finish(rest);
+    PutText(rest);
+    decoder_.reset();
+  }
   if (mode_ == TMode::kEscape && last_ != '\n') Put("<br>\r\n");
   mode_ = TMode::kCopy;
 }
@@ -156,6 +223,7 @@ void TMessageText::PutEscaped(std::string_view text) {
 
 void TMessageText::Put(std::string_view text) {
   if (text.empty()) return;
+  if (decodeText_) check_.Add(text);
   buffer_ += text;
   last_ = text.back();
   if (buffer_.size() >= kBufferSize) Flush();
@@ -172,22 +240,32 @@ void TMessageText::Restart() {
   if (mail_.Content().Seek(0, 0) != 0) good_ = false;
   last_ = '\n';
   empty_ = true;
+  check_ = {};
+}
+
+// The content; none when it is more than memory should hold, or cannot be read. Writing goes on
+// behind it.
+std::optional<std::string> TMessageText::WrittenSoFar() {
+  Flush();
+  TStream& content = mail_.Content();
+  const DWORD size = content.Position();
+  if (!good_ || size > kMostInMemory) return std::nullopt;
+  std::string text(size, '\0');
+  content.Seek(0, 0);
+  if (size > 0 && content.Read(text.data(), static_cast<int>(size)) != static_cast<int>(size)) {
+    good_ = false;
+    return std::nullopt;
+  }
+  return text;
 }
 
 // Gives back the images to which no reference was found.
 std::vector<TInlineImage> TMessageText::ShowImages(const std::vector<TInlineImage>& images) {
-  std::vector<TInlineImage> unseen;
-  Flush();
-  TStream& content = mail_.Content();
-  std::string html(content.Position(), '\0');
-  content.Seek(0, 0);
-  if (!html.empty() &&
-      content.Read(html.data(), static_cast<int>(html.size())) != static_cast<int>(html.size())) {
-    good_ = false;
-    return images;
-  }
+  const std::optional<std::string> written = WrittenSoFar();
+  if (!written) return images;
   std::vector<bool> seen;
-  html = brevant::ReplaceContentIds(html, images, seen);
+  const std::string html = ReplaceContentIds(*written, images, seen);
+  std::vector<TInlineImage> unseen;
   for (std::size_t i = 0; i < images.size(); ++i) {
     if (!seen[i]) unseen.push_back(images[i]);
   }
@@ -196,14 +274,19 @@ std::vector<TInlineImage> TMessageText::ShowImages(const std::vector<TInlineImag
   return unseen;
 }
 
+std::string TMessageText::ImageReference(const TInlineImage& image) const {
+  const std::string shown =
+      decodeText_ ? EscapeHtmlToAscii(image.shownName) : EscapeHtml(image.shownName);
+  return "<img src=\"" + EscapeHtml(image.storedName) + "\" alt=\"" + shown + "\">";
+}
+
 bool TMessageText::Finish(const std::vector<TInlineImage>& images) {
   if (html_ && !images.empty()) {
-    Flush();
-    const bool small = mail_.Content().Position() <= kMostHtmlInMemory;
-    for (const TInlineImage& image : small&& good_ ? ShowImages(images) : images) {
-      Put("<img src=\"" + EscapeHtml(image.storedName) + "\" alt=\"" + EscapeHtml(image.shownName) +
-          "\">");
-    }
+    for (const TInlineImage& image : ShowImages(images)) Put(ImageReference(image));
+  }
+  if (decodeText_ && !check_.Ascii() && check_.Valid() &&
+      (!charsetNamed_ || EqualsIgnoreCase(charset_, kAscii))) {
+    charset_ = kUtf8;
   }
   Flush();
   if (mail_.ContentTruncate() == 0) good_ = false;
