@@ -36,14 +36,26 @@ Document::~Document() {
 std::unique_ptr<Document> Document::Create(std::unique_ptr<ByteFile> file,
                                            const DocumentOptions& options,
                                            std::unique_ptr<JournalPlace> place) {
-  Check(file->SetSize(0));
-  std::unique_ptr<Document> document(
-      new Document(std::move(file), NewHeader(options.version), 0, 0, options));
-  document->core_->directory.Add(EntryType::kRoot, u"Root Entry");
-  document->core_->directory.SetRed(kRootEntry, false);
-  document->core_->mini.Attach(kEndOfChain, 0);
+  std::uint64_t oldBytes = 0;
+  Check(file->Size(&oldBytes));
+  const bool replaces = place != nullptr && oldBytes != 0;
+  if (!replaces) Check(file->SetSize(0));
+  std::unique_ptr<Document> document(new Document(std::move(file), NewHeader(options.version),
+                                                  replaces ? oldBytes : 0, 0, options));
+  Core& core = *document->core_;
+  if (replaces) {
+    // The old content stays whole up to the commit: nothing goes over it but through the journal.
+    document->journal_ = std::make_unique<Journal>(std::move(place));
+    core.pager.TakeAllForOld();
+  }
+  core.directory.Add(EntryType::kRoot, u"Root Entry");
+  core.directory.SetRed(kRootEntry, false);
+  core.mini.Attach(kEndOfChain, 0);
   document->Commit();
-  if (place != nullptr) document->journal_ = std::make_unique<Journal>(std::move(place));
+  if (replaces && !document->journal_->IsPending()) core.pager.CutOff();
+  if (!replaces && place != nullptr) {
+    document->journal_ = std::make_unique<Journal>(std::move(place));
+  }
   return document;
 }
 
@@ -269,7 +281,7 @@ void Document::VisitOld(const Pager::RunVisitor& visitor) {
 
 void Document::WriteJournal() {
   try {
-    journal_->Begin(core_->pager.FileBytes());
+    journal_->Begin(core_->pager.DocumentBytes());
     VisitOld([this](std::uint64_t offset, const std::uint8_t* data, std::size_t count) {
       journal_->Add(*file_, offset, data, count);
     });

@@ -34,8 +34,8 @@ struct DocumentOptions {
 
 class Document {
  public:
-  // Makes an empty document of the file, whatever it held, and commits it, not through the journal:
-  // nothing was there to be kept. Without a place for a journal commits are not safe from kills.
+  // Makes an empty document of the file, whatever it held, and commits it. Without a place for a
+  // journal neither this nor what follows is safe from kills.
   static std::unique_ptr<Document> Create(std::unique_ptr<ByteFile> file,
                                           const DocumentOptions& options,
                                           std::unique_ptr<JournalPlace> place = nullptr);

@@ -107,10 +107,13 @@ JournalState JournalReader::Check() {
   const bool empty = std::all_of(header.begin(), header.end(), [](auto byte) { return byte == 0; });
   if (empty) return JournalState::kUnsealed;
   if (!std::equal(kMagic.begin(), kMagic.end(), header.begin())) return JournalState::kForeign;
-  if (Load64(header.data() + kHeaderSumAt) != Checksum(header.data(), kHeaderSumAt) ||
-      Load32(header.data() + kFormatAt) != kFormat ||
-      Load32(header.data() + kPieceBytesAt) != kPieceBytes) {
+  if (Load64(header.data() + kHeaderSumAt) != Checksum(header.data(), kHeaderSumAt)) {
     return JournalState::kUnsealed;
+  }
+  // A later version's, perhaps.
+  if (Load32(header.data() + kFormatAt) != kFormat ||
+      Load32(header.data() + kPieceBytesAt) != kPieceBytes) {
+    return JournalState::kForeign;
   }
   const std::uint32_t count = Load32(header.data() + kCountAt);
   if (size < kJournalHeaderBytes || (size - kJournalHeaderBytes) / kRecordBytes < count) {

@@ -188,6 +188,7 @@ std::uint32_t Pager::Append() {
 }
 
 void Pager::MarkFresh(std::uint32_t sector) {
+  if (allOld_) return;
   const std::uint32_t number = sector >> blockShift_;
   std::uint8_t& mask = ChunkOf(number).fresh[number % kChunkBlocks];
   if (mask == 0) freshBlocks_.push_back(number);
@@ -313,7 +314,13 @@ std::vector<std::uint32_t> Pager::Committed(bool oldWritten) {
   committedSectors_ = sectors_;
   committedBytes_ = fileBytes_;
   growthKept_ = false;
+  allOld_ = false;
   return std::exchange(held_, {});
+}
+
+void Pager::CutOff() noexcept {
+  const std::uint64_t end = OffsetOf(sectors_);
+  if (fileBytes_ > end && file_.SetSize(end) == Status::kOk) fileBytes_ = committedBytes_ = end;
 }
 
 void Pager::DropChanges() noexcept {

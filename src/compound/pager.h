@@ -44,6 +44,11 @@ class Pager {
   // Copies count whole sectors out without filling the cache with them.
   void ReadRun(std::uint32_t sector, std::uint32_t count, std::uint8_t* target);
 
+  // Up to the next commit no sector is fresh: whatever stands in the file is still needed.
+  void TakeAllForOld() { allOld_ = true; }
+  // Shortens the file to the document's sectors, where nothing else is of use. May fail silently.
+  void CutOff() noexcept;
+
   // Adds one fresh sector at the end and gives its number.
   std::uint32_t Append();
   void MarkFresh(std::uint32_t sector);
@@ -61,7 +66,8 @@ class Pager {
   // The first half of a commit: afterwards the file holds every fresh sector and has its new
   // length.
   void WriteFresh();
-  std::uint64_t FileBytes() const { return fileBytes_; }
+  // How long a file must be to hold all sectors.
+  std::uint64_t DocumentBytes() const { return OffsetOf(sectors_); }
   // The other half: calls for each run of neighbouring old sectors that changed, in ascending
   // order, with the place in the file and the bytes.
   using RunVisitor =
@@ -106,6 +112,7 @@ class Pager {
   std::uint32_t sectors_;
   std::uint32_t committedSectors_;
   bool growthKept_ = false;
+  bool allOld_ = false;
   std::vector<std::unique_ptr<Chunk>> chunks_;
   std::vector<Block*> dirty_;  // blocks with changes, each once, in no order
   Block* oldest_ = nullptr;    // clean blocks, a list in the order of their eviction

@@ -146,7 +146,8 @@ HRESULT OpenDraft(const std::string& path, std::unique_ptr<StorageFile>* file) {
   change.Added();
   const HRESULT result = Finish(descriptor, path, true, false, file);
   if (FAILED(result)) return result;
-  return IsStillThere(descriptor, draft) ? S_OK : STG_E_SHAREVIOLATION;
+  if (!IsStillThere(descriptor, draft)) return STG_E_SHAREVIOLATION;
+  return ::ftruncate(descriptor, 0) == 0 ? S_OK : ResultFromErrno(errno);
 }
 
 // Opens the file itself, to be written where it stands: an old one, or a new one in its directory.

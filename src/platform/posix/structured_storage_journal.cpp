@@ -54,7 +54,7 @@ class PlaceBesideFile final : public compound::JournalPlace {
     NameChange change(journal_);
     const int descriptor =
         ::open(journal_.c_str(), O_RDWR | O_CREAT | O_EXCL | kOpenFlags, S_IRUSR | S_IWUSR);
-    if (descriptor < 0) return errno == EEXIST ? Status::kExists : WriteStatus();
+    if (descriptor < 0) return CreateStatus();
     *journal = MakeByteFile(descriptor, true, true);
     change.Added();
     LetInTheSame(descriptor);
@@ -96,6 +96,19 @@ class PlaceBesideFile final : public compound::JournalPlace {
         return Status::kReadOnly;
       default:
         return Status::kReadFault;
+    }
+  }
+
+  static Status CreateStatus() {
+    switch (errno) {
+      case EEXIST:
+        return Status::kExists;
+      case EACCES:  // the directory takes no new files
+      case EPERM:
+      case EROFS:
+        return Status::kReadOnly;
+      default:
+        return WriteStatus();
     }
   }
 
