@@ -97,7 +97,7 @@ void DecodeReferences(std::string& text, std::size_t longest, LookUp lookUp, Wri
       if (from < text.size() && text[from] == ';') next = ++from;
     }
     // What stands before the next reference goes along in one piece.
-    while (next < end && text[next] != '&') ++next;
+    next = std::min(text.find('&', next), end);
     if (to != from) std::memmove(&text[to], &text[from], next - from);
     to += next - from;
     from = next;

@@ -52,7 +52,7 @@ class TPageItems {
   TItemKind Kind(std::size_t item) const { return entries[item].Kind(); }
   bool Has(std::size_t item, Flags flag) const { return (entries[item].Flags() & flag) != 0; }
   std::string_view Text(std::size_t item) const {
-    return std::string_view(text).substr(entries[item].Offset(), entries[item].Length());
+    return {text.data() + entries[item].Offset(), entries[item].Length()};
   }
   void Add(TItemKind kind, std::size_t offset, std::size_t length, unsigned flags) {
     entries.emplace_back(kind, offset, length, flags);

@@ -70,12 +70,13 @@ void TPageWriter::Feed(std::string_view bytes) {
 const char* TPageWriter::FeedPlainText(const char* at, const char* end) {
   const unsigned char state =
       literal_ ? kEndsLiteral : (dispatcher_ != nullptr ? kEndsTextWithTags : kEndsText);
-  const char* const stop = EndOfRun(at, end, state);
-  if (stop != at) {
+  for (const char* stop; (stop = EndOfRun(at, end, state)) != at;) {
     AppendToToken(Between(at, stop));
     if (stop == end || *stop != ' ') return stop;
     ProduceWord();
-    return stop + 1;
+    at = stop + 1;
+    previous_ = ' ';
+    if (at == end) return at;
   }
   switch (*at) {
     case '$':
@@ -178,16 +179,6 @@ void TPageWriter::Flush() {
   ProduceWord();
 }
 
-void TPageWriter::AppendToToken(std::string_view run) {
-  tokenOfField_ = fromField_ && (tokenOfField_ || TokenLength() == 0);
-  if (TokenLength() + run.size() > kTokenLimit) {
-    AppendBeyondLimit(run);
-    return;
-  }
-  items_.text.append(run);
-  if (inTag_ && fromField_) MarkFieldBytes(run.size());
-}
-
 // Text out of fields is not cut: a word of it ends at a blank and goes on as the next word.
 void TPageWriter::AppendBeyondLimit(std::string_view run) {
   const bool splits = literal_ && !inTag_;
@@ -256,12 +247,6 @@ bool TPageWriter::SplitAtBlank() {
 void TPageWriter::Drop(std::size_t count) {
   dropped_ += count;
   for (; count > 0; --count) MessageBeep(0xFFFFFFFF);
-}
-
-void TPageWriter::ProduceWord() {
-  if (TokenLength() == 0) return;
-  items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(), WordFlags(TokenHasSpans()));
-  tokenBegin_ = items_.text.size();
 }
 
 void TPageWriter::OpenTag() {
@@ -403,15 +388,16 @@ bool TPageWriter::HasMarkersFrom(std::size_t item) const {
                      spans.end(), [](const TPageItems::Span& span) { return span.section >= 0; });
 }
 
+void TPageWriter::ForgetItems() {
+  items_.entries.clear();
+  items_.spans.clear();
+  items_.text.erase(0, tokenBegin_);
+  tokenBegin_ = 0;
+}
+
 void TPageWriter::ExpandSections() {
   if (dispatcher_ == nullptr) return;
   TSectionExpander(*this).ExpandFrom(0, false);
-}
-
-TItem TPageWriter::Item(std::size_t index) const {
-  const TItemKind kind = items_.Kind(index);
-  if (kind == TItemKind::kSpace) return {kind, false, " "};
-  return {kind, items_.Has(index, TPageItems::kOpenedByField), items_.Text(index)};
 }
 
 }  // namespace brevant

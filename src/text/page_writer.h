@@ -110,7 +110,14 @@ class TPageWriter {
 
   // --- The items ---------------------------------------------------------------------------------
   std::size_t ItemCount() const { return items_.entries.size(); }
-  TItem Item(std::size_t index) const;
+  // Forgets the items produced so far, for a reader that has done with them. Without a dispatcher
+  // only: sections refer to items.
+  void ForgetItems();
+  TItem Item(std::size_t index) const {
+    const TItemKind kind = items_.Kind(index);
+    if (kind == TItemKind::kSpace) return {kind, false, " "};
+    return {kind, items_.Has(index, TPageItems::kOpenedByField), items_.Text(index)};
+  }
   // The next attribute of that name (over its full length, ignoring letter case) in any start tag,
   // at or behind item `from` and, in that item, behind `offset`. False when there is none.
   // Comments and declarations have no attributes. Successive finds:
@@ -171,7 +178,15 @@ class TPageWriter {
   bool TokenHasSpans() const {
     return !items_.spans.empty() && items_.spans.back().item == items_.entries.size();
   }
-  void AppendToToken(std::string_view run);
+  void AppendToToken(std::string_view run) {
+    tokenOfField_ = fromField_ && (tokenOfField_ || TokenLength() == 0);
+    if (TokenLength() + run.size() > kTokenLimit) {
+      AppendBeyondLimit(run);
+      return;
+    }
+    items_.text.append(run);
+    if (inTag_ && fromField_) MarkFieldBytes(run.size());
+  }
   void AppendBeyondLimit(std::string_view run);
   void MarkFieldBytes(std::size_t count);
   bool SplitAtBlank();
@@ -180,7 +195,11 @@ class TPageWriter {
     return tokenOfField_ ? TPageItems::kAllField : TPageItems::kNoFlags;
   }
   void Drop(std::size_t count);
-  void ProduceWord();
+  void ProduceWord() {
+    if (TokenLength() == 0) return;
+    items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(), WordFlags(TokenHasSpans()));
+    tokenBegin_ = items_.text.size();
+  }
   void OpenTag();
   void CloseTag();
   void TagToWord();

@@ -7,6 +7,7 @@
 #include "text/filters.h"
 #include "text/page_writer.h"
 
+#include <algorithm>
 #include <array>
 
 namespace brevant {
@@ -66,70 +67,74 @@ bool EndsElement(const TItem& item, std::string_view name) {
   return false;
 }
 
+// Takes the items of a text one after the other.
 class TTextRenderer {
  public:
-  TTextRenderer(const TPageWriter& page, bool dropsScripts)
-      : page_(page), dropsScripts_(dropsScripts) {}
+  explicit TTextRenderer(bool dropsScripts) : dropsScripts_(dropsScripts) {}
 
-  std::string Render(std::size_t expected) {
-    text_.reserve(expected);
-    bool afterWord = false;
-    for (std::size_t at = 0; at < page_.ItemCount(); ++at) {
-      const TItem item = page_.Item(at);
+  void Take(const TPageWriter& page) {
+    for (std::size_t at = 0; at < page.ItemCount(); ++at) {
+      const TItem item = page.Item(at);
       const bool isWord = item.kind == TItemKind::kWord;
       if (isWord) {
-        if (afterWord) Blank();
+        if (afterWord_) Blank();
         text_.append(item.text);
-      } else if (item.kind == TItemKind::kStartTag) {
-        at = Element(at, item.text);
-      } else if (item.kind != TItemKind::kEndTag) {
+      } else if (item.kind == TItemKind::kSpace || item.kind == TItemKind::kLineBreak) {
         Blank();
+      } else {
+        if (dropping_ != nullptr && EndsElement(item, dropping_->name)) EndDropping();
+        if (item.kind == TItemKind::kStartTag) StartElement(item.text);
       }
-      afterWord = isWord;
+      afterWord_ = isWord;
     }
-    return std::move(text_);
   }
+  std::string& Text() { return text_; }
 
  private:
   void Blank() {
     if (!text_.empty() && !IsSpaceAscii(text_.back())) text_ += ' ';
   }
 
-  // Writes the text of an element; the last item that belongs to it.
-  std::size_t Element(std::size_t at, std::string_view tag) {
+  void StartElement(std::string_view tag) {
     const TElementText* element = FindElement(tag);
-    if (element == nullptr) return at;
+    if (element == nullptr) return;
     text_.append(element->text);
-    if (element->content == TElementText::kKept) return at;
-    if (element->content == TElementText::kDroppedScript && !dropsScripts_) return at;
-    const std::size_t end = EndOf(*element, at + 1);
-    return end == page_.ItemCount() ? at : end;
+    const bool drops = element->content == TElementText::kDropped ||
+                       (element->content == TElementText::kDroppedScript && dropsScripts_);
+    if (!drops || dropping_ != nullptr) return;
+    dropping_ = element;
+    droppedFrom_ = text_.size();
   }
 
-  // The item that ends the element; the number of items when none does. Looked for once only where
-  // there is none: what nothing ends is shown.
-  std::size_t EndOf(const TElementText& element, std::size_t at) {
-    const auto number = static_cast<std::size_t>(&element - kElements.data());
-    if (endless_[number]) return page_.ItemCount();
-    while (at < page_.ItemCount() && !EndsElement(page_.Item(at), element.name)) ++at;
-    endless_[number] = at == page_.ItemCount();
-    return at;
+  // What the element holds goes when its end comes: without one nothing is lost.
+  void EndDropping() {
+    text_.resize(droppedFrom_);
+    dropping_ = nullptr;
   }
 
-  const TPageWriter& page_;
   bool dropsScripts_;
   std::string text_;
-  std::array<bool, kElements.size()> endless_{};
+  bool afterWord_ = false;
+  const TElementText* dropping_ = nullptr;
+  std::size_t droppedFrom_ = 0;
 };
 
 }  // namespace
 
 std::string HtmlToPlainText(std::string_view html, TPlainTextRules rules) {
   TPageWriter page;
-  page.Feed(html);
+  TTextRenderer renderer(rules.dropsScripts);
+  renderer.Text().reserve(html.size());
+  // Piece by piece, so that the items never leave the processor's cache.
+  for (; !html.empty(); html.remove_prefix(std::min<std::size_t>(html.size(), kBlockBytes))) {
+    page.Feed(html.substr(0, kBlockBytes));
+    renderer.Take(page);
+    page.ForgetItems();
+  }
   page.Flush();
-  std::string text = TTextRenderer(page, rules.dropsScripts).Render(html.size());
-  std::erase(text, '\0');
+  renderer.Take(page);
+  std::string text = std::move(renderer.Text());
+  if (text.find('\0') != std::string::npos) std::erase(text, '\0');
   if (rules.isUtf8) {
     HtmlDecodeToUtf8(text);
   } else {
