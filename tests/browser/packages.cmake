@@ -1,0 +1,16 @@
+# Installs what the lock file names into TARGET, unless it is there already.
+file(SHA256 ${SOURCE}/package-lock.json lock)
+set(stamp ${TARGET}/installed.txt)
+if(EXISTS ${stamp} AND EXISTS ${TARGET}/node_modules)
+  file(READ ${stamp} installed)
+  if(installed STREQUAL lock)
+    return()
+  endif()
+endif()
+file(COPY ${SOURCE}/package.json ${SOURCE}/package-lock.json DESTINATION ${TARGET})
+execute_process(COMMAND ${NPM} ci --ignore-scripts --no-audit --no-fund
+  WORKING_DIRECTORY ${TARGET} RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "npm could not install what the browser test needs")
+endif()
+file(WRITE ${stamp} ${lock})
