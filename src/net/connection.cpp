@@ -1,7 +1,9 @@
 #include "net/connection.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 using brevant::WaitEnd;
 namespace platform = brevant::platform;
@@ -104,18 +106,32 @@ std::unique_ptr<TConnection> TConnection::Accept(TDestination* peer) {
   }
 }
 
+// A server near by answers within some tens of microseconds, and going to sleep and waking up again
+// costs as much: a mailbox of small mails is read in half the time when that is left out.
+int TConnection::ReceiveSoon(char* buffer, int size) {
+  static const bool shared = std::thread::hardware_concurrency() == 1;
+  constexpr std::chrono::microseconds kSoon(60);
+  const auto start = std::chrono::steady_clock::now();
+  int result = transport_->Receive(buffer, size);
+  // On a single processor the peer could not work meanwhile.
+  while (!shared && result == brevant::kWaitToRead &&
+         std::chrono::steady_clock::now() - start < kSoon) {
+    result = transport_->Receive(buffer, size);
+  }
+  return result;
+}
+
 int TConnection::ReceiveInto(char* buffer, int size, DWORD armed) {
   lastWait_ = WaitEnd::kReady;
   if (transport_ == nullptr || size < 1) return brevant::kTransferFailed;
-  Readiness wanted = Readiness::kReadable;
-  bool wait = !transport_->HoldsBytes();
+  const int there = ReceiveSoon(buffer, size);
+  if (there >= brevant::kTransferFailed) return there;
+  Readiness wanted = there == brevant::kWaitToWrite ? Readiness::kWritable : Readiness::kReadable;
   for (;;) {
-    // Most often the peer's answer is still on its way, so waiting first saves a call.
-    if (wait && !WaitForSocket(wanted, armed)) return brevant::kTransferFailed;
+    if (!WaitForSocket(wanted, armed)) return brevant::kTransferFailed;
     const int result = transport_->Receive(buffer, size);
     if (result >= brevant::kTransferFailed) return result;
     wanted = result == brevant::kWaitToWrite ? Readiness::kWritable : Readiness::kReadable;
-    wait = true;
   }
 }
 

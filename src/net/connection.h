@@ -117,6 +117,9 @@ class TConnection {
   void Adopt(UniqueSocket socket);
   DWORD Arm() const { return brevant::ArmDeadline(timeout_); }
   bool WaitForSocket(brevant::platform::Readiness wanted, DWORD armed);
+  // One receive into the area given, for which the peer has some microseconds; else kWaitToRead or
+  // kWaitToWrite.
+  int ReceiveSoon(char* buffer, int size);
   // One receive into the area given, waiting as long as it takes.
   int ReceiveInto(char* buffer, int size, DWORD armed);
   // Adds to the bytes held; the result of the receive.

@@ -17,8 +17,6 @@ class PlainTransport : public Transport {
     return result == platform::kWouldBlock ? kWaitToWrite : result;
   }
 
-  bool HoldsBytes() const override { return false; }
-
  private:
   SOCKET socket_;
 };

@@ -19,8 +19,6 @@ class Transport {
   // The count of bytes (0: the peer has closed), or one of the three results above. Never blocks.
   virtual int Receive(char* buffer, int size) = 0;
   virtual int Send(const char* buffer, int size) = 0;
-  // Whether Receive may give bytes without the socket being readable.
-  virtual bool HoldsBytes() const = 0;
 };
 
 // The bytes as they are. The socket stays the caller's.

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr DWORD kOpen = 0x00000001;
+constexpr DWORD kVanishes = 0x40000000;
 constexpr DWORD kTimesPending = 0x80000000;
 // What a change of an element's name, times or existence counts: its directory entry.
 constexpr std::uint64_t kEntryBytes = 128;
@@ -101,13 +102,16 @@ int TStorage::OpenTemporary(int extra) {
       static_cast<DWORD>(extra) | STGM_CREATE | STGM_SHARE_EXCLUSIVE | STGM_READWRITE;
   if (FAILED(StgCreateDocfile(nullptr, mode, 0, &storage))) return 0;
   created_ = accessed_ = modified_ = TTime();
-  return Adopt(storage, nullptr);
+  if (Adopt(storage, nullptr) == 0) return 0;
+  if ((mode & STGM_DELETEONRELEASE) != 0) flags_ |= kVanishes;
+  return 1;
 }
 
 int TStorage::Close() {
   if (storage_ == nullptr) return 0;
   STATSTG stat{};
-  const bool named = (flags_ & kTimesPending) != 0 &&
+  // The times of what is gone after the release are nobody's.
+  const bool named = (flags_ & (kTimesPending | kVanishes)) == kTimesPending &&
                      SUCCEEDED(storage_->Stat(&stat, STATFLAG_DEFAULT)) && stat.pwcsName != nullptr;
   brevant::ForgetWriteCounter(storage_);
   storage_->Release();

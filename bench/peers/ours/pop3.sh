@@ -1,0 +1,10 @@
+#!/bin/sh
+# The job of bench_pop3.py: the mailbox of USER at HOST:PORT becomes the messages of a board's forums.
+# The peers find their configuration ready; ours is PEER_BOARD, a board without messages.
+set -e
+. "$(dirname "$0")/board.sh"
+cp -r "$PEER_BOARD" "$OUT/board"
+set_setting "$OUT/board" 'POP3 Server' "$HOST"
+set_setting "$OUT/board" 'POP3 Port' "$PORT"
+# The peers are told to be quiet.
+exec "$BREVANT_HOST" run "$OUT/board" retrieve >"$OUT/log"
