@@ -68,11 +68,18 @@ void AllocationTable::Follow(std::uint32_t sector, std::size_t most,
   const std::uint32_t per = EntriesPerSector();
   const std::uint32_t piece = sector / per;
   const std::uint8_t* entries = pager_.Read(Location(piece));
-  for (; most > 0 && sector / per == piece; --most) {
-    sector = Load32(entries + std::size_t{4} * (sector % per));
-    if (sector >= Count()) return;
-    chain->push_back(sector);
+  const std::uint32_t count = Count();
+  const std::uint32_t first = piece * per;
+  std::array<std::uint32_t, 1024>
+      found;  // a piece has no more entries; chains that turn come again
+  most = std::min<std::size_t>(most, found.size());
+  std::size_t steps = 0;
+  while (steps < most && sector - first < per) {
+    sector = Load32(entries + std::size_t{4} * (sector - first));
+    if (sector >= count) break;
+    found[steps++] = sector;
   }
+  chain->insert(chain->end(), found.begin(), found.begin() + static_cast<std::ptrdiff_t>(steps));
 }
 
 void AllocationTable::SetNext(std::uint32_t sector, std::uint32_t next) { Set(sector, next); }

@@ -13,8 +13,9 @@ constexpr std::uint32_t kAddedPerPiece = 8;
 
 }  // namespace
 
-void Chain::Reset(std::uint32_t first) {
+void Chain::Reset(std::uint32_t first, std::size_t expected) {
   sectors_.clear();
+  sectors_.reserve(expected);
   first_ = first;
   complete_ = first == kEndOfChain;
 }

@@ -29,7 +29,8 @@ class LinkTable {
 // The sectors of one chain in order, read from the table as far as they were asked for.
 class Chain {
  public:
-  void Reset(std::uint32_t first);
+  // A chain that is thought to have so many sectors.
+  void Reset(std::uint32_t first, std::size_t expected = 0);
   // The sector at an index; throws kCorrupt when the chain ends before it or runs in a circle.
   std::uint32_t At(LinkTable& table, std::uint32_t index) {
     if (index >= sectors_.size()) Walk(table, index);

@@ -12,12 +12,13 @@ MiniStream::MiniStream(Pager& pager, Header& header, AllocationTable& fat)
 void MiniStream::Attach(std::uint32_t first, std::uint64_t size) {
   const std::uint32_t tableFirst = header_.firstMiniFatSector;
   table_.Reset(tableFirst > kMaxSector ? kEndOfChain : tableFirst);
-  container_.Reset(size == 0 || first > kMaxSector ? kEndOfChain : first);
   // No more than the file can hold, whatever the entry says.
   const std::uint64_t held = static_cast<std::uint64_t>(pager_.SectorCount())
                              << (header_.sectorShift - kMiniShift);
   const std::uint64_t said = (size >> kMiniShift) + (size % kMiniSectorBytes != 0 ? 1 : 0);
   count_ = static_cast<std::uint32_t>(std::min({said, held, std::uint64_t{kMaxSector}}));
+  container_.Reset(count_ == 0 || first > kMaxSector ? kEndOfChain : first,
+                   count_ >> (header_.sectorShift - kMiniShift));
   const std::uint32_t per = EntriesPerSector();
   free_.Reset(count_ / per + (count_ % per != 0 ? 1 : 0));
 }
