@@ -60,7 +60,6 @@ bool TListIndex::Load(TStream& list) {
   block.resize(block.size() - block.size() % kRecord);
   const std::size_t expected = std::min(list.Size() / kRecord, kMostReserved);
   entries_.reserve(expected);
-  slots_.reserve(expected);
   while (true) {
     const int got = list.Read(block.data(), static_cast<int>(block.size()));
     if (got < 0) return false;
@@ -82,9 +81,17 @@ std::string_view TListIndex::SubjectAt(std::size_t slot) const {
 }
 
 std::optional<std::size_t> TListIndex::Find(DWORD index) const {
-  const auto found = slots_.find(index);
-  if (found == slots_.end()) return std::nullopt;
-  return found->second - head_;
+  if (!ascending_) {
+    const auto found = slots_.find(index);
+    if (found == slots_.end()) return std::nullopt;
+    return found->second - head_;
+  }
+  const auto first = entries_.begin() + static_cast<std::ptrdiff_t>(head_);
+  const auto found = std::lower_bound(
+      first, entries_.end(), index,
+      [](const Entry& entry, DWORD wanted) { return entry.numbers.index < wanted; });
+  if (found == entries_.end() || found->numbers.index != index) return std::nullopt;
+  return static_cast<std::size_t>(found - first);
 }
 
 std::optional<std::size_t> TListIndex::Find(DWORD index, DWORD linkId) const {
@@ -149,7 +156,7 @@ void TListIndex::Remove(std::size_t position) {
   unusedSubjectBytes_ += entries_[slot].subjectLength;
   if (position == 0 && !duplicates_) {
     DropSubject(slot);
-    slots_.erase(index);
+    if (!ascending_) slots_.erase(index);
     ++head_;
   } else {
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(slot));
@@ -167,6 +174,13 @@ TListIndex::Entry TListIndex::MakeEntry(MessageEntry numbers, std::string_view s
 
 void TListIndex::IndexEntry(std::size_t slot) {
   EnterSubject(slot);
+  if (ascending_) {
+    if (slot == head_ || entries_[slot - 1].numbers.index < entries_[slot].numbers.index) return;
+    ascending_ = false;
+    for (std::size_t before = head_; before < slot; ++before) {
+      slots_.emplace(entries_[before].numbers.index, before);
+    }
+  }
   if (!slots_.try_emplace(entries_[slot].numbers.index, slot).second) duplicates_ = true;
 }
 
@@ -174,6 +188,7 @@ void TListIndex::Reindex() {
   subjectsIndexed_ = false;
   subjectSlots_.clear();
   slots_.clear();
+  ascending_ = true;
   duplicates_ = false;
   for (std::size_t slot = head_; slot < entries_.size(); ++slot) IndexEntry(slot);
 }

@@ -95,7 +95,9 @@ class TListIndex {
   std::size_t head_ = 0;
   std::string subjects_;
   std::size_t unusedSubjectBytes_ = 0;
-  // The slot in entries_ of each message's first record.
+  // A list is in the order of its numbers unless somebody wrote to it by hand.
+  bool ascending_ = true;
+  // Without that order: the slot in entries_ of each message's first record.
   std::unordered_map<DWORD, std::size_t> slots_;
   bool duplicates_ = false;
   // The slots by their subjects' hashes, kept only where subjects are looked for.
