@@ -5,6 +5,8 @@
 #include "text/page_fields.h"
 #include "text/tag_dispatcher.h"
 
+#include <brevant/brevant.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <memory>
@@ -21,6 +23,23 @@ namespace {
 
 constexpr const char* kSettings = "board.ini";
 constexpr std::uint64_t kTicksPerHour = 36000000000ULL;
+
+constexpr int kReadWrite = 2;
+constexpr int kCreate = 4096;
+constexpr int kExclusive = 16;
+
+std::unique_ptr<TForum> NewContainer(brevant::TBoardKind kind) {
+  switch (kind) {
+    case brevant::TBoardKind::kContributor:
+      return std::make_unique<TContributor>();
+    case brevant::TBoardKind::kLinkList:
+      return std::make_unique<TLinkList>();
+    case brevant::TBoardKind::kQuestion:
+      return std::make_unique<TSurveyQuestion>();
+    default:
+      return std::make_unique<TForum>();
+  }
+}
 
 void TakeHistory(const char* text) { HtmlBoard::history.emplace_back(text); }
 
@@ -68,8 +87,26 @@ void HtmlBoard::MakeForum(const std::string& name, const std::string& descriptio
 }
 
 DWORD HtmlBoard::Add(const std::string& forumName, const Post& post) {
-  TForum* forum = OpenForum(forumName.c_str(), (root_ / "Data/").c_str());
-  if (forum == nullptr) return 0;
+  return AddTo(brevant::TBoardKind::kForum, forumName, post);
+}
+
+void HtmlBoard::MakeContainer(brevant::TBoardKind kind, const std::string& name,
+                              const Values& values) {
+  const std::unique_ptr<TForum> made = NewContainer(kind);
+  ASSERT_NE(made->Open(name.c_str(), (root_ / "Data/").c_str(), kReadWrite, kCreate, kExclusive),
+            0);
+  for (const auto& [key, value] : values) made->String(key.c_str(), value.c_str());
+}
+
+std::unique_ptr<TForum> HtmlBoard::OpenContainer(brevant::TBoardKind kind,
+                                                 const std::string& name) {
+  std::unique_ptr<TForum> container = NewContainer(kind);
+  EXPECT_NE(container->Open(name.c_str(), (root_ / "Data/").c_str(), kReadWrite, 0, kExclusive), 0);
+  return container;
+}
+
+DWORD HtmlBoard::AddTo(brevant::TBoardKind kind, const std::string& name, const Post& post) {
+  const std::unique_ptr<TForum> container = OpenContainer(kind, name);
   TMail* mail = OpenMessage(0, nullptr);
   mail->String("SUBJECT", post.subject.c_str());
   mail->String("FROM", post.from.c_str());
@@ -79,15 +116,14 @@ DWORD HtmlBoard::Add(const std::string& forumName, const Post& post) {
   mail->Content().Write(post.content.data(), static_cast<int>(post.content.size()));
   if (!post.attachments.empty()) {
     mail->CreateList("ATTACHMENT", 128);
-    for (const auto& [name, value] : post.attachments) {
-      mail->WriteListItem(name.c_str(), value.c_str(), -1);
+    for (const auto& [stored, value] : post.attachments) {
+      mail->WriteListItem(stored.c_str(), value.c_str(), -1);
     }
     mail->CloseList();
   }
   if (!post.time.IsZero()) mail->SetTime(post.time);
-  const DWORD index = InsertMessage(mail, forum);
+  const DWORD index = container->InsertMessage(*mail);
   CloseMessage(mail);
-  CloseForum(forum);
   return index;
 }
 
@@ -152,13 +188,19 @@ int HtmlBoard::CountLogged(const std::string& text) const {
   return static_cast<int>(std::count(history.begin(), history.end(), text));
 }
 
-std::string HtmlBoard::Expand(const std::string& text, const std::string& forum, DWORD item) {
+std::string HtmlBoard::Unwrapped(std::string page) {
+  for (std::size_t at; (at = page.find("\r\n")) != std::string::npos;) page.erase(at, 2);
+  return page;
+}
+
+std::string HtmlBoard::ExpandIn(int kind, const std::string& text, const std::string& container,
+                                DWORD item) {
   const std::atomic<int> goOn{1};
   brevant::THtmlSite site(*setup_, goOn);
   brevant::TPage page;
   page.templateNumber = site.Templates().Intern(root_ / "Templates/", "page.htm");
-  page.kind = brevant::kForumKind;
-  page.container = forum.empty() ? -1 : site.FindContainer(brevant::kForumKind, forum);
+  page.kind = static_cast<std::int16_t>(kind);
+  page.container = container.empty() ? -1 : site.FindContainer(kind, container);
   page.item = item;
   page.hasItem = item != 0;
   site.Pages().Add("page.htm", page);

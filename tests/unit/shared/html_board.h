@@ -2,13 +2,16 @@
 #pragma once
 
 #include "platform/win32.h"
+#include "shared/board_cache.h"
 #include "support/temporary_directory.h"
+#include "text/page_site.h"
 
 #include <brevant/board.h>
 #include <brevant/frame.h>
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,6 +41,11 @@ class HtmlBoard : public ::testing::Test {
   // Its number.
   DWORD Add(const std::string& forum, const Post& post = Post());
   void Remove(const std::string& forum, DWORD index);
+  // The same for containers of every kind.
+  using Values = std::vector<std::pair<std::string, std::string>>;
+  void MakeContainer(brevant::TBoardKind kind, const std::string& name, const Values& values = {});
+  std::unique_ptr<TForum> OpenContainer(brevant::TBoardKind kind, const std::string& name);
+  DWORD AddTo(brevant::TBoardKind kind, const std::string& name, const Post& post);
   std::string ForumPath(const std::string& forum) const {
     return root_ / ("Data/" + forum + ".mwd");
   }
@@ -60,7 +68,13 @@ class HtmlBoard : public ::testing::Test {
   int CountLogged(const std::string& text) const;
 
   // A page made from text for a forum (no such: empty name) and one of its items (none: 0).
-  std::string Expand(const std::string& text, const std::string& forum = "", DWORD item = 0);
+  std::string Expand(const std::string& text, const std::string& forum = "", DWORD item = 0) {
+    return ExpandIn(brevant::kForumKind, text, forum, item);
+  }
+  // The same for a container of any kind of objects.
+  std::string ExpandIn(int kind, const std::string& text, const std::string& container = "",
+                       DWORD item = 0);
+  static std::string Unwrapped(std::string page);
 
   // False where the platform keeps no file attributes of its own (Wine): tests that need them are
   // left out there.

@@ -14,10 +14,6 @@ class HtmlFields : public HtmlBoard {
   std::string InItem(const std::string& text, DWORD item = 1) {
     return Unwrapped(Expand(text, "General Talk", item));
   }
-  static std::string Unwrapped(std::string page) {
-    for (std::size_t at; (at = page.find("\r\n")) != std::string::npos;) page.erase(at, 2);
-    return page;
-  }
   static std::string Formatted(const TTime& time, unsigned options) {
     char text[64];
     FormatTime(time, text, sizeof text, options);
@@ -466,54 +462,6 @@ TEST_F(HtmlFields, AMessageThatIsGoneIsPassedOverInARepeatedPart) {
   CloseForum(forum);
   EXPECT_EQ(InForum("<ul><li>$MESSAGE_SUBJECT$</li></ul>"), "<ul><li>two</li></ul>");
   EXPECT_TRUE(Logged("Cannot open message 1 in General Talk"));
-}
-
-// The order in which names are looked up, and every field there is.
-TEST_F(HtmlFields, TheTableHoldsEveryFieldOfForumsAndTheBoard) {
-  const std::atomic<int> goOn{1};
-  static const char* const kNames[] = {"DATE",
-                                       "TIME",
-                                       "BACK",
-                                       "FORUM_NAME",
-                                       "FORUM_DESCRIPTION",
-                                       "FORUM_PREFIX",
-                                       "FORUM_POST",
-                                       "FORUM_SIZE",
-                                       "SIZE",
-                                       "FORUM_FILENAME",
-                                       "FORUM_NEXT",
-                                       "FORUM_PREV",
-                                       "POST",
-                                       "SUBMIT",
-                                       "MESSAGE_DATE",
-                                       "MESSAGE_TIME",
-                                       "MESSAGE_DATE_MODIFIED",
-                                       "MESSAGE_TIME_MODIFIED",
-                                       "MESSAGE_FROM",
-                                       "MESSAGE_FROM_ADDRESS",
-                                       "MESSAGE_SUBJECT",
-                                       "MESSAGE_CHARSET",
-                                       "MESSAGE_CONTENT",
-                                       "MESSAGE_REPLY",
-                                       "MESSAGE_MAIL",
-                                       "MESSAGE_FILENAME",
-                                       "MESSAGE_PREV",
-                                       "MESSAGE_NEXT",
-                                       "MESSAGE_ORIGINAL",
-                                       "MESSAGE_INDENTATION",
-                                       "MESSAGE_INDENTATION_END",
-                                       "MESSAGE_IS_NEW",
-                                       "MESSAGE_ATTACHMENT_FILENAME",
-                                       "MESSAGE_ATTACHMENT_CONTENT",
-                                       "MESSAGE_OTHER",
-                                       "SURVEY_SUBMIT"};
-  Add("General Talk", {.content = "x"});
-  for (const char* name : kNames) {
-    const std::string tag = "$" + std::string(name) + "$";
-    EXPECT_EQ(InItem(tag).find(tag), std::string::npos) << name << " is not known";
-  }
-  EXPECT_EQ(InItem("$message_subject$"), "$message_subject$");
-  EXPECT_EQ(InItem("$MESSAGE_SUBJECTS$"), "$MESSAGE_SUBJECTS$");
 }
 
 }  // namespace

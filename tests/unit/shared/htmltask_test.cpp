@@ -26,10 +26,6 @@ class HtmlTask : public HtmlBoard {
     }
     return files;
   }
-  static std::string Unwrapped(std::string page) {
-    for (std::size_t at; (at = page.find("\r\n")) != std::string::npos;) page.erase(at, 2);
-    return page;
-  }
   DWORD AttributesOf(const std::string& name) const {
     return GetFileAttributesA(SitePath(name).c_str());
   }
