@@ -12,8 +12,8 @@ namespace brevant {
 
 class TFilingLedger {
  public:
-  // The message was filed in that board file, which is not committed yet; attachments are the paths
-  // of the files that it brought.
+  // The message, or a vote out of it, was filed in that board file, which is not committed yet;
+  // attachments are the paths of the files that it brought.
   void Filed(TBoardKind kind, const std::string& name, LONG number,
              std::vector<std::string> attachments);
   // The file was committed: what it received is safe.

@@ -16,6 +16,19 @@ std::string LowerCase(std::string text) {
   return text;
 }
 
+// The word that stands in for a list's name in the tag of vote forms.
+bool IsSurveyTag(const std::string& header, const std::string& boardName) {
+  const TSubjectTag tag = ParseSubjectTag(header);
+  return tag.count >= 2 && TagNamesBoard(tag.parts[0], boardName) &&
+         EqualsIgnoreCase(tag.parts[1], "Survey");
+}
+
+void AddNames(TBoardKind kind, TBoardCache& cache, auto& names) {
+  for (const std::string& name : cache.Names(kind)) {
+    names.emplace(LowerCase(name), std::pair(kind, name));
+  }
+}
+
 }  // namespace
 
 TMailHeaders TMailHeaders::Of(const TPOP3& client) {
@@ -25,32 +38,43 @@ TMailHeaders TMailHeaders::Of(const TPOP3& client) {
 }
 
 TMailRoute TMailRoutes::Find(const TMailHeaders& headers, const std::string& boardName,
-                             TBoardCache& cache) {
+                             bool decodeText, TBoardCache& cache) {
   // A relay may have encoded the board's name on the way; the board would mail itself in a circle.
   if (EqualsIgnoreCase(headers.bbs, boardName) ||
       EqualsIgnoreCase(DecodeEncodedWords(headers.bbs), boardName)) {
-    return {TMailRoute::TKind::kOwn, {}, headers.bbs};
+    return {TMailRoute::TKind::kOwn, {}, {}, headers.bbs};
   }
-  for (const std::string* header : {&headers.to, &headers.cc}) {
-    if (const std::string* forum = ForumByTag(*header, boardName, cache)) {
-      return {TMailRoute::TKind::kForum, *forum, *header};
-    }
+  TMailHeaders tags = headers;
+  if (decodeText) {
+    tags.to = DecodeHeader(headers.to);
+    tags.cc = DecodeHeader(headers.cc);
   }
+  TMailRoute route = ByTag(tags, boardName, TMailRoute::TKind::kForum, cache);
+  if (route.kind != TMailRoute::TKind::kStray) return route;
   for (const std::string* header : {&headers.to, &headers.replyTo}) {
     if (const std::string* forum = ForumByMailingList(*header, cache)) {
-      return {TMailRoute::TKind::kForum, *forum, *header};
+      return {TMailRoute::TKind::kForum, TBoardKind::kForum, *forum, *header};
     }
+  }
+  route = ByTag(tags, boardName, TMailRoute::TKind::kLinkList, cache);
+  if (route.kind != TMailRoute::TKind::kStray) return route;
+  if (IsSurveyTag(tags.to, boardName)) {
+    return {TMailRoute::TKind::kSurvey, TBoardKind::kQuestion, {}, tags.to};
   }
   return {};
 }
 
-const std::string* TMailRoutes::ForumByTag(const std::string& header, const std::string& boardName,
-                                           TBoardCache& cache) {
-  const TSubjectTag tag = ParseSubjectTag(header);
-  if (tag.count < 2 || !TagNamesBoard(tag.parts[0], boardName)) return nullptr;
-  LoadForums(cache);
-  const auto forum = forums_.find(LowerCase(TagPartText(tag.parts[1])));
-  return forum == forums_.end() ? nullptr : &forum->second;
+// A forum or a list that "To" names, else "Cc"; a stray when neither does.
+TMailRoute TMailRoutes::ByTag(const TMailHeaders& headers, const std::string& boardName,
+                              TMailRoute::TKind kind, TBoardCache& cache) {
+  for (const std::string* header : {&headers.to, &headers.cc}) {
+    const TSubjectTag tag = ParseSubjectTag(*header);
+    if (tag.count < 2 || !TagNamesBoard(tag.parts[0], boardName)) continue;
+    const TNames& names = kind == TMailRoute::TKind::kForum ? Forums(cache) : Lists(cache);
+    const auto found = names.find(LowerCase(TagPartText(tag.parts[1])));
+    if (found != names.end()) return {kind, found->second.first, found->second.second, *header};
+  }
+  return {};
 }
 
 const std::string* TMailRoutes::ForumByMailingList(const std::string& header, TBoardCache& cache) {
@@ -60,12 +84,18 @@ const std::string* TMailRoutes::ForumByMailingList(const std::string& header, TB
   return forum == mailingLists_.end() ? nullptr : &forum->second;
 }
 
-void TMailRoutes::LoadForums(TBoardCache& cache) {
-  if (forumsLoaded_) return;
-  forumsLoaded_ = true;
-  for (const std::string& name : cache.Names(TBoardKind::kForum)) {
-    forums_.emplace(LowerCase(name), name);
+const TMailRoutes::TNames& TMailRoutes::Forums(TBoardCache& cache) {
+  if (!std::exchange(forumsLoaded_, true)) AddNames(TBoardKind::kForum, cache, forums_);
+  return forums_;
+}
+
+const TMailRoutes::TNames& TMailRoutes::Lists(TBoardCache& cache) {
+  if (!std::exchange(listsLoaded_, true)) {
+    // The first of two with one name stays.
+    AddNames(TBoardKind::kLinkList, cache, lists_);
+    AddNames(TBoardKind::kContributor, cache, lists_);
   }
+  return lists_;
 }
 
 void TMailRoutes::LoadMailingLists(TBoardCache& cache) {

@@ -1,11 +1,19 @@
 #include "shared/mailing_lists.h"
 
 #include "store/ascii.h"
+#include "text/charset.h"
 
 #include <algorithm>
 #include <memory>
 
 namespace brevant {
+
+namespace {
+
+// A record of 256 bytes holds the key and the name, a zero byte behind each.
+constexpr std::size_t kRoom = 254;
+
+}  // namespace
 
 std::vector<TMailingListEntry> MailingListEntries(TForum& forum) {
   std::vector<TMailingListEntry> entries;
@@ -27,12 +35,15 @@ const std::string& EntryAddress(const TMailingListEntry& entry) {
 }
 
 bool IsListAddress(std::string_view address) {
-  // A record of 256 bytes holds the key, a zero byte and the name.
-  constexpr std::size_t kLongestAddress = 253;
+  constexpr std::size_t kLongestAddress = kRoom - 1;
   return !address.empty() && address.size() <= kLongestAddress && address.back() != '*' &&
          address.find('@') != std::string_view::npos &&
          std::none_of(address.begin(), address.end(),
                       [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
+}
+
+std::string FitListName(const std::string& name, std::string_view address) {
+  return std::string(CutAtCharacter(name, kRoom - std::min(address.size(), kRoom)));
 }
 
 int SubscribeAddress(TForum& forum, const std::string& address, const std::string& name) {

@@ -24,6 +24,9 @@ const std::string& EntryAddress(const TMailingListEntry& entry);
 // character, does not end in "*" (it would match by prefix), and fits a record.
 bool IsListAddress(std::string_view address);
 
+// What the record of an address holds of a UTF-8 name, cut at a whole character.
+std::string FitListName(const std::string& name, std::string_view address);
+
 // Adds the address with that name, or gives the address a new name; 1 or 0.
 int SubscribeAddress(TForum& forum, const std::string& address, const std::string& name);
 // Removes every entry that means the address, ignoring letter case.

@@ -1,11 +1,16 @@
 #include "shared/mailtask.h"
 
+#include "board/list_index.h"
 #include "frame/reporting.h"
 #include "platform/win32.h"
+#include "shared/link_subject.h"
 #include "shared/mailing_lists.h"
 #include "shared/subject_tag.h"
 #include "shared/task_makers.h"
+#include "shared/vote_counter.h"
 #include "store/ascii.h"
+#include "text/charset.h"
+#include "text/encoded_words.h"
 
 #include <new>
 
@@ -16,6 +21,7 @@ using brevant::TMailHeaders;
 using brevant::TMailRoute;
 using brevant::TMessageReader;
 using brevant::TReadResult;
+using brevant::TVoteResult;
 
 namespace {
 
@@ -28,6 +34,37 @@ WORD Port(const TSetup& setup) {
   return port > 0 && port < kDefaultPort ? static_cast<WORD>(port) : kDefaultPort;
 }
 
+bool SetLinkId(TMail& mail, const TMailRoute& route) {
+  const LONG answered = brevant::TagLinkId(brevant::ParseSubjectTag(route.header));
+  return answered <= 0 || mail.Number("LINK ID", answered) == 1;
+}
+
+// A link whose form gave no address has everything in its subject, of which header is the whole
+// text: the item keeps what its record holds.
+bool SplitSubject(TMail& link, const std::string& header, bool decodeText) {
+  if (*link.String("Address") != '\0') return true;
+  std::string subject = link.String("SUBJECT");
+  const auto fit = [decodeText](std::string_view text, const char* key) {
+    return decodeText ? brevant::FitProperty(std::string(text), key) : std::string(text);
+  };
+  if (decodeText && subject == fit(header, "SUBJECT")) subject = header;
+  const brevant::TLinkSubject parts = brevant::SplitLinkSubject(subject);
+  return link.String("SUBJECT", fit(parts.subject, "SUBJECT").c_str()) == 1 &&
+         link.String("Address", fit(parts.address, "Address").c_str()) == 1 &&
+         (!parts.size || link.Number("Size", *parts.size) == 1);
+}
+
+// Cuts an item's subject to what the list of that container holds of it: less than the item itself
+// when the numbers before it are long.
+bool FitListedSubject(const TForum& container, TMail& mail) {
+  const DWORD index = static_cast<DWORD>(container.Number("Last Message Index")) + 1;
+  const brevant::MessageKey key(index, static_cast<DWORD>(mail.Number("LINK ID")));
+  const std::size_t room = brevant::kMessageRecordSize - 2 - key.Text().size();
+  const std::string subject = mail.String("SUBJECT");
+  const std::string fitting(brevant::CutAtCharacter(subject, room));
+  return fitting == subject || mail.String("SUBJECT", fitting.c_str()) == 1;
+}
+
 }  // namespace
 
 struct TMailRetrievalTask::TRun {
@@ -35,15 +72,19 @@ struct TMailRetrievalTask::TRun {
       : localDirectory(setup.String("Local Directory")),
         attachments(setup.Integer("Allow attachment - forum") != 0),
         keepUnsaved(setup.Integer("Keep Unsaved Mail") != 0),
+        decodeText(setup.Integer("Decode Mail Text") != 0),
         boardName(setup.String("BBS Name")),
-        cache(setup.String("Data Directory")) {}
+        cache(setup.String("Data Directory")),
+        votes(cache, ledger, decodeText, setup.Integer("Save Voter Address") != 0) {}
 
   std::string localDirectory;
   bool attachments;
   bool keepUnsaved;
+  bool decodeText;
   std::string boardName;
   brevant::TFilingLedger ledger;
   TBoardCache cache;
+  brevant::TVoteCounter votes;
 };
 
 TMailRetrievalTask::TMailRetrievalTask(TSetup* setup, TPersistentState* state)
@@ -139,53 +180,87 @@ void TMailRetrievalTask::WalkMailbox(TRun& run) {
 // Whether the message was deleted from the mailbox.
 bool TMailRetrievalTask::HandleMessage(TRun& run) {
   const TMailHeaders headers = TMailHeaders::Of(client_);
-  const TMailRoute route = routes_.Find(headers, run.boardName, run.cache);
+  const TMailRoute route = routes_.Find(headers, run.boardName, run.decodeText, run.cache);
   switch (route.kind) {
     case TMailRoute::TKind::kOwn:
       return DeleteMessage(run);
     case TMailRoute::TKind::kForum:
-      return HandleForumPost(run, headers, route);
+    case TMailRoute::TKind::kLinkList:
+      return HandleItem(run, headers, route);
+    case TMailRoute::TKind::kSurvey:
+      return HandleVote(run, headers);
     case TMailRoute::TKind::kStray:
       break;
   }
   return false;
 }
 
-bool TMailRetrievalTask::HandleForumPost(TRun& run, const TMailHeaders& headers,
-                                         const TMailRoute& route) {
+// A post to a forum, or a link to a list.
+bool TMailRetrievalTask::HandleItem(TRun& run, const TMailHeaders& headers,
+                                    const TMailRoute& route) {
   ++handled_;
   TMail mail;
-  if (run.cache.GivenUp(TBoardKind::kForum, route.forum) ||
+  if (run.cache.GivenUp(route.board, route.name) ||
       mail.OpenTemporary(static_cast<int>(STGM_DELETEONRELEASE)) == 0) {
-    return CannotKeep(route.forum);
+    return CannotKeep(route.name);
   }
   TraceHere();
-  TMessageReader reader(client_, run.localDirectory, continue_);
+  TMessageReader reader(client_, run.localDirectory, continue_, run.decodeText);
   DisplayStatus("Retrieving \"%s\"", headers.subject.c_str());
   TraceHere();
-  const TReadResult result = reader.Read(mail, run.attachments);
+  const bool attachments = route.kind == TMailRoute::TKind::kForum && run.attachments;
+  const TReadResult result = reader.Read(mail, attachments);
   if (result == TReadResult::kRead) {
-    if (SetLinkId(mail, route)) return FileMessage(run, mail, headers, route, reader);
+    if (Complete(run, mail, headers, route)) return FileMessage(run, mail, headers, route, reader);
     reader.RemoveFiles();
   }
   if (result == TReadResult::kRead || result == TReadResult::kUnwritable) {
-    return CannotKeep(route.forum);
+    return CannotKeep(route.name);
   }
+  return NotRetrieved(result, headers);
+}
+
+// The message stays in the mailbox because it could not be read to its end.
+bool TMailRetrievalTask::NotRetrieved(TReadResult result, const TMailHeaders& headers) {
   broken_ = result == TReadResult::kBroken;
   if (!Aborted()) DisplayHistory("Cannot retrieve \"%s\"", headers.subject.c_str());
   return false;
 }
 
 // The message stays in the mailbox because it could not be written safely.
-bool TMailRetrievalTask::CannotKeep(const std::string& forumName) {
-  DisplayHistory("Cannot save message to [%s]", forumName.c_str());
+bool TMailRetrievalTask::CannotKeep(const std::string& container) {
+  DisplayHistory("Cannot save message to [%s]", container.c_str());
   failed_ = true;
   return false;
 }
 
-bool TMailRetrievalTask::SetLinkId(TMail& mail, const TMailRoute& route) {
-  const LONG answered = brevant::TagLinkId(brevant::ParseSubjectTag(route.header));
-  return answered <= 0 || mail.Number("LINK ID", answered) == 1;
+// Adds what the item takes from its headers only.
+bool TMailRetrievalTask::Complete(TRun& run, TMail& mail, const TMailHeaders& headers,
+                                  const TMailRoute& route) {
+  if (route.kind == TMailRoute::TKind::kForum) return SetLinkId(mail, route);
+  const std::string& subject = headers.subject;
+  return SplitSubject(mail, run.decodeText ? brevant::DecodeHeader(subject) : subject,
+                      run.decodeText);
+}
+
+bool TMailRetrievalTask::HandleVote(TRun& run, const TMailHeaders& headers) {
+  TMessageReader reader(client_, run.localDirectory, continue_, run.decodeText);
+  std::vector<brevant::TFormField> fields;
+  TraceHere();
+  const TReadResult result = reader.ReadForm(fields);
+  if (result != TReadResult::kRead) return NotRetrieved(result, headers);
+  const LONG number = client_.CurrentMessage();
+  const TVoteResult votes = run.votes.Count(fields, headers.from, number);
+  if (!votes.givenUp.empty()) return CannotKeep(votes.givenUp);
+  if (run.ledger.MustStay(number)) return false;
+  if (votes.counted > 0) {
+    DisplayHistory("Retrieved form from %s successfully", headers.from.c_str());
+  }
+  if (!votes.failed.empty()) {
+    DisplayHistory("Cannot save message to [%s]", votes.failed.c_str());
+    if (run.keepUnsaved) return false;
+  }
+  return DeleteMessage(run);
 }
 
 bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders& headers,
@@ -193,20 +268,23 @@ bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders&
   const LONG number = client_.CurrentMessage();
   const std::string subject = mail.String("SUBJECT");
   const bool listRequest =
-      EqualsIgnoreCase(subject, "Subscribe") || EqualsIgnoreCase(subject, "Unsubscribe");
+      route.kind == TMailRoute::TKind::kForum &&
+      (EqualsIgnoreCase(subject, "Subscribe") || EqualsIgnoreCase(subject, "Unsubscribe"));
   bool saved = false;
   TraceHere();
-  if (TBoardCache::THandle forum = run.cache.Open(TBoardKind::kForum, route.forum)) {
-    saved = listRequest ? ChangeMailingList(*forum, mail) : forum->InsertMessage(mail) != 0;
+  if (TBoardCache::THandle container = run.cache.Open(route.board, route.name)) {
+    const bool fits = !run.decodeText || FitListedSubject(*container, mail);
+    saved = listRequest ? ChangeMailingList(run, *container, mail)
+                        : fits && container->InsertMessage(mail) != 0;
     if (listRequest || !saved) reader.RemoveFiles();
-    // Letting go of the forum may commit it; the ledger must know of the message by then.
-    if (saved) run.ledger.Filed(TBoardKind::kForum, forum.Name(), number, reader.TakeFiles());
+    // Letting go of the container may commit it; the ledger must know of the message by then.
+    if (saved) run.ledger.Filed(route.board, container.Name(), number, reader.TakeFiles());
   } else {
     reader.RemoveFiles();
   }
   if (run.ledger.MustStay(number)) return false;
   if (!saved) {
-    DisplayHistory("Cannot save message to [%s]", route.forum.c_str());
+    DisplayHistory("Cannot save message to [%s]", route.name.c_str());
     if (run.keepUnsaved) return false;
   } else if (!listRequest) {
     DisplayHistory("Retrieved \"%s\" successfully", headers.subject.c_str());
@@ -217,9 +295,9 @@ bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders&
 // "Subscribe" or "Unsubscribe": adds the sender to the forum's mailing list or removes the sender.
 // An address that may not stand on a list is reported, and the request is done with. Whether the
 // request needs no other try.
-bool TMailRetrievalTask::ChangeMailingList(TForum& forum, TMail& mail) {
+bool TMailRetrievalTask::ChangeMailingList(TRun& run, TForum& forum, TMail& mail) {
   const bool subscribe = EqualsIgnoreCase(mail.String("SUBJECT"), "Subscribe");
-  const std::string address = mail.String("From Email Address");
+  const std::string address = mail.String("E-Mail Address");
   if (!brevant::IsListAddress(address)) {
     DisplayHistory(
         subscribe ? "Cannot subscribe \"%s\" to [%s]" : "Cannot unsubscribe \"%s\" from [%s]",
@@ -227,7 +305,9 @@ bool TMailRetrievalTask::ChangeMailingList(TForum& forum, TMail& mail) {
     return true;
   }
   if (subscribe) {
-    return brevant::SubscribeAddress(forum, address, mail.String("From Name")) != 0;
+    std::string name = mail.String("From Name");
+    if (run.decodeText) name = brevant::FitListName(name, address);
+    return brevant::SubscribeAddress(forum, address, name) != 0;
   }
   brevant::UnsubscribeAddress(forum, address);
   return true;

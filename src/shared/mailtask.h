@@ -34,13 +34,16 @@ class TMailRetrievalTask : public TTask {
   void WatchCommits(TRun& run);
   void WalkMailbox(TRun& run);
   bool HandleMessage(TRun& run);
-  bool HandleForumPost(TRun& run, const brevant::TMailHeaders& headers,
-                       const brevant::TMailRoute& route);
-  bool SetLinkId(TMail& mail, const brevant::TMailRoute& route);
+  bool HandleItem(TRun& run, const brevant::TMailHeaders& headers,
+                  const brevant::TMailRoute& route);
+  bool HandleVote(TRun& run, const brevant::TMailHeaders& headers);
+  bool NotRetrieved(brevant::TReadResult result, const brevant::TMailHeaders& headers);
+  bool Complete(TRun& run, TMail& mail, const brevant::TMailHeaders& headers,
+                const brevant::TMailRoute& route);
   bool FileMessage(TRun& run, TMail& mail, const brevant::TMailHeaders& headers,
                    const brevant::TMailRoute& route, brevant::TMessageReader& reader);
-  bool ChangeMailingList(TForum& forum, TMail& mail);
-  bool CannotKeep(const std::string& forumName);
+  bool ChangeMailingList(TRun& run, TForum& forum, TMail& mail);
+  bool CannotKeep(const std::string& container);
   bool DeleteMessage(TRun& run);
   void LogOff(TRun& run);
   bool DeleteSafeOnly(TRun& run);

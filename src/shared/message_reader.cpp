@@ -32,6 +32,10 @@ std::string FitRecord(const std::string& value, std::string_view key, int record
 
 }  // namespace
 
+std::string FitProperty(const std::string& value, std::string_view key) {
+  return FitRecord(value, key, kInfoRecordSize);
+}
+
 TMessageReader::TMessageReader(TMIMEEnabledPOP3& client, std::string localDirectory,
                                const std::atomic<int>& continueFlag, bool decodeText)
     : client_(client),
@@ -113,7 +117,7 @@ void TMessageReader::RemoveFiles() {
 }
 
 bool TMessageReader::SetText(TMail& mail, const char* key, const std::string& value) {
-  const std::string fitting = decodeText_ ? FitRecord(value, key, kInfoRecordSize) : value;
+  const std::string fitting = decodeText_ ? FitProperty(value, key) : value;
   if (mail.String(key, fitting.c_str()) == 1) return true;
   written_ = false;
   return false;

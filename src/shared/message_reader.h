@@ -10,10 +10,14 @@
 
 #include <atomic>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace brevant {
+
+// What a property's record holds of a UTF-8 value, cut at a whole character.
+std::string FitProperty(const std::string& value, std::string_view key);
 
 enum class TReadResult {
   kRead,

@@ -1,9 +1,10 @@
 #include "shared/attachment_name.h"
 
+#include "hostile_names.h"
+
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace brevant {
 namespace {
@@ -119,104 +120,12 @@ TEST(AttachmentName, PrefixIsFourBase36Digits) {
   EXPECT_EQ(AttachmentPrefix(36u * 36 * 36 * 36), "0000");
 }
 
-// Names that a hostile mail may carry. Whatever they are, the stored name is one plain component.
-const std::vector<std::string>& HostileNames() {
-  static const std::vector<std::string> names = {
-      "",
-      ".",
-      "..",
-      "...",
-      "/",
-      "\\",
-      "//",
-      "\\\\",
-      "../../etc/passwd",
-      "..\\..\\windows\\system32\\a.txt",
-      "/etc/shadow",
-      "\\\\server\\share\\x",
-      "//server/share/x",
-      "C:",
-      "C:\\",
-      "C:x.txt",
-      "C:..\\x.txt",
-      "x.txt:stream",
-      "x.txt::$DATA",
-      "\\\\?\\C:\\x",
-      "\\\\.\\PhysicalDrive0",
-      "CON",
-      "NUL",
-      "nul.txt",
-      "COM1",
-      "LPT1.txt",
-      "AUX.gif",
-      ".htaccess",
-      ".htpasswd",
-      "web.config",
-      "a/../../b",
-      "a\\..\\..\\b",
-      "....//....//x",
-      "%2e%2e%2fx",
-      "..%2fx",
-      "..%5cx",
-      "%00x",
-      "x%00.jpg",
-      std::string("x\0.jpg", 6),
-      std::string("\0\0\0", 3),
-      "x\r\ny.txt",
-      "x\ny",
-      "\t\t",
-      "\x1b[31mred",
-      "\x7f\x7f",
-      "\x01\x02\x03.gif",
-      "*",
-      "?",
-      "*.*",
-      "<script>alert(1)</script>.gif",
-      "\" onerror=\"alert(1).gif",
-      "' onload='x.png",
-      "a\"b.jpg",
-      "a>b.jpg",
-      "a|b;c`d`$(e).txt",
-      "$(rm -rf).txt",
-      "; rm -rf x",
-      "-rf",
-      "--help",
-      "~",
-      "~root/x",
-      "%s%n%s%n",
-      "%%%",
-      "#fragment",
-      "a?query=1&b=2",
-      "\xFF\xFE\x00x",
-      "\xC0\xAE\xC0\xAE/x",
-      "\xE2\x80\xAEgpj.exe",
-      "\xEF\xBC\x8F"
-      "etc",
-      "general.mwd",
-      "general.mwd.jnl",
-      "error.log",
-      "brevant.ini",
-      "index.htm",
-      std::string(1000, '.'),
-      std::string(1000, ' '),
-      std::string(1000, '/'),
-      std::string(1000, 'A'),
-      std::string(1000, 'A') + ".txt",
-      "." + std::string(1000, 'A'),
-      std::string(70, '\xE4') + ".gif",
-      "a. . . . .",
-      " leading.txt",
-      "trailing.txt ",
-  };
-  return names;
-}
-
-TEST(AttachmentName, ThereAreEnoughHostileNames) { EXPECT_GE(HostileNames().size(), 60u); }
+TEST(AttachmentName, ThereAreEnoughHostileNames) { EXPECT_GE(test::HostileNames().size(), 60u); }
 
 TEST(AttachmentName, HostileNamesBecomeOnePlainComponent) {
   const std::string allowed =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-$()';,+@!^~`[]{}";
-  for (const std::string& name : HostileNames()) {
+  for (const std::string& name : test::HostileNames()) {
     SCOPED_TRACE(name.substr(0, 80));
     const std::string safe = SafeFileName(name);
     EXPECT_LE(safe.size(), 60u);
@@ -231,7 +140,7 @@ TEST(AttachmentName, HostileNamesBecomeOnePlainComponent) {
 }
 
 TEST(AttachmentName, MakingANameSafeTwiceChangesNothing) {
-  for (const std::string& name : HostileNames()) {
+  for (const std::string& name : test::HostileNames()) {
     const std::string safe = SafeFileName(name);
     EXPECT_EQ(SafeFileName(safe), safe) << name.substr(0, 80);
   }

@@ -1,9 +1,9 @@
-// What a forum holds, read through the exported functions as a host reads it.
+// What a forum or a list holds, read through the exported functions as a host reads it.
 #pragma once
 
 #include "platform/win32.h"
 
-#include <brevant/board.h>
+#include <brevant/brevant.h>
 
 #include <memory>
 #include <string>
@@ -26,6 +26,11 @@ struct Item {
   TTime created;
   TTime modified;
   std::vector<std::pair<std::string, std::string>> attachments;
+  std::string headerCharset;
+  // Of a link and of an answer.
+  std::string linkAddress;
+  LONG size = 0;
+  LONG votes = 0;
 };
 
 inline std::string ContentOf(TMail& mail) {
@@ -60,16 +65,17 @@ inline Item ItemOf(TMail& mail) {
   item.created = mail.Storage().CreationTime();
   item.modified = mail.Storage().ModificationTime();
   item.attachments = AttachmentsOf(mail);
+  item.headerCharset = mail.String("Header Charset");
+  item.linkAddress = mail.String("Address");
+  item.size = mail.Number("Size");
+  item.votes = mail.Number("Vote Count");
   return item;
 }
 
-// All messages in list order; empty when the forum cannot be opened.
-inline std::vector<Item> ItemsOf(const std::string& forumName, const std::string& directory) {
+// All items in list order.
+inline std::vector<Item> ItemsOf(TForum& container) {
   std::vector<Item> items;
-  const std::unique_ptr<TForum, decltype(&CloseForum)> forum(
-      OpenForum(forumName.c_str(), directory.c_str()), CloseForum);
-  if (!forum) return items;
-  TMessageSearcher* search = StartMessageSearch(forum.get());
+  TMessageSearcher* search = StartMessageSearch(&container);
   for (TMessageSearchResult found = FindFirstMessage(search); found.subject != nullptr;
        found = FindNextMessage(search)) {
     Item item;
@@ -80,7 +86,7 @@ inline std::vector<Item> ItemsOf(const std::string& forumName, const std::string
   }
   EndMessageSearch(search);
   for (Item& item : items) {
-    const std::unique_ptr<TMail, decltype(&CloseMessage)> mail(OpenMessage(item.index, forum.get()),
+    const std::unique_ptr<TMail, decltype(&CloseMessage)> mail(OpenMessage(item.index, &container),
                                                                CloseMessage);
     if (!mail) continue;
     Item read = ItemOf(*mail);
@@ -92,11 +98,25 @@ inline std::vector<Item> ItemsOf(const std::string& forumName, const std::string
   return items;
 }
 
+// Those of a container of any class by its name; empty when it cannot be opened.
+template <typename Container = TForum>
+std::vector<Item> ItemsOf(const std::string& name, const std::string& directory) {
+  Container container;
+  if (container.Open(name.c_str(), directory.c_str(), 2, 0, 16) == 0) return {};
+  return ItemsOf(container);
+}
+
 // "subject;subject;" of all messages.
 inline std::string SubjectsOf(const std::string& forumName, const std::string& directory) {
   std::string subjects;
   for (const Item& item : ItemsOf(forumName, directory)) subjects += item.subject + ";";
   return subjects;
+}
+
+template <typename Container>
+bool MakeContainer(const std::string& name, const std::string& directory) {
+  Container container;
+  return container.Open(name.c_str(), directory.c_str(), 2, 4096, 16) != 0;
 }
 
 inline bool MakeForum(const std::string& name, const std::string& directory) {

@@ -72,5 +72,52 @@ TEST(FormData, NamesThatNoRecordCanHoldAreRefused) {
   EXPECT_FALSE(FormMaySet("a\x7f"));
 }
 
+std::string Joined(const std::vector<TFormField>& fields) {
+  std::string text;
+  for (const TFormField& field : fields) text += "[" + field.name + "|" + field.value + "]";
+  return text;
+}
+
+TEST(PlainForm, LinesAreTakenAsTheyAre) {
+  EXPECT_EQ(Joined(ParsePlainForm(
+                "My question=An answer\r\nOther one= 100% + more \r\n\r\nno field\r\n")),
+            "[My question|An answer][Other one|100% + more]");
+}
+
+TEST(PlainForm, ALineWithoutBlanksIsTakenAsEncodedToo) {
+  EXPECT_EQ(Joined(ParsePlainForm("a+b=c%21&d=e\r\n")), "[a+b|c%21&d=e][a b|c!][d|e]");
+  EXPECT_EQ(Joined(ParsePlainForm("q=1+1")), "[q|1+1][q|1 1]");
+}
+
+TEST(PlainForm, TheFirstEqualsSignDivides) {
+  EXPECT_EQ(Joined(ParsePlainForm("a b = c = d")), "[a b|c = d]");
+}
+
+TEST(PlainForm, ThereIsALimit) {
+  std::string text;
+  for (int i = 0; i < 1000; ++i) text += "a=b\n";
+  EXPECT_EQ(ParsePlainForm(text).size(), kMostFormFields);
+  EXPECT_TRUE(ParsePlainForm("").empty());
+}
+
+TEST(PlainForm, ZeroBytesBecomeBlanks) {
+  EXPECT_EQ(Joined(ParsePlainForm(std::string_view("a\0b c=d\0e", 9))), "[a b c|d e]");
+}
+
+TEST(DecodedForm, TheLabelIsThatOfThePartElseTheFormsOwn) {
+  std::vector<TFormField> fields = {{"gr\xFCn", "\xB1"}, {"_charset_", "iso-8859-2"}};
+  DecodeForm(fields, "iso-8859-1");
+  EXPECT_EQ(Joined(fields), "[gr\xC3\xBCn|\xC2\xB1][_charset_|iso-8859-2]");
+  fields = {{"a", "\xB1"}, {"_charset_", "iso-8859-2"}};
+  DecodeForm(fields, "");
+  EXPECT_EQ(fields[0].value, "\xC4\x85");
+}
+
+TEST(DecodedForm, WithoutALabelUtf8IsTakenForUtf8) {
+  std::vector<TFormField> fields = {{"a", "\xC3\xA4"}, {"b", "\xE4"}};
+  DecodeForm(fields, "");
+  EXPECT_EQ(Joined(fields), "[a|\xC3\xA4][b|\xC3\xA4]");
+}
+
 }  // namespace
 }  // namespace brevant

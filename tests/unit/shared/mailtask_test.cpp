@@ -209,10 +209,9 @@ TEST_F(MailTask, StrayMailStaysUntouched) {
   EXPECT_TRUE(HistoryHas("Found no new message"));
 }
 
-TEST_F(MailTask, MailForPartsOfTheBoardThatAreNoForumStays) {
+TEST_F(MailTask, MailForPartsOfTheBoardThatAreNotThereStays) {
   ASSERT_TRUE(test::MakeForum("General", data_));
-  test::WriteFileBytes(data_ + "Links.mwf", "x");
-  Serve({Post("Links", "a at http://b is 12K"), Post("Survey", "vote"), Post("Message_forum", "m"),
+  Serve({Post("Links", "a at http://b is 12K"), Post("Surveys", "vote"), Post("Message_forum", "m"),
          "From: a@b\nTo: \"[My_Board]\" <x@y>\nSubject: s\n\nx\n"});
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Left(), 4u);
