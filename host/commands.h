@@ -28,19 +28,54 @@ int RunCommand(const RunOptions& options);
 // The names that RunOptions::tasks may hold, in the order in which they run.
 std::vector<std::string> RunTaskNames();
 
-struct ForumOptions {
+struct ContainerKind;
+
+// What the commands for all kinds of containers take.
+struct ContainerOptions {
   std::string directory;
   std::string name;
   std::string newName;
   std::optional<std::string> description;
   std::optional<std::string> prefix;
   std::optional<unsigned> maximum;
+  std::vector<std::string> answers;  // create, of a question
+  unsigned item = 0;                 // remove: its number; rename: 0 means the container itself
 };
-int ForumListCommand(const ForumOptions& options);
-int ForumCreateCommand(const ForumOptions& options);
-int ForumShowCommand(const ForumOptions& options);
-int ForumRenameCommand(const ForumOptions& options);
-int ForumDeleteCommand(const ForumOptions& options);
+int ContainerListCommand(const ContainerKind& kind, const ContainerOptions& options);
+int ContainerCreateCommand(const ContainerKind& kind, const ContainerOptions& options);
+int ContainerShowCommand(const ContainerKind& kind, const ContainerOptions& options);
+int ContainerRenameCommand(const ContainerKind& kind, const ContainerOptions& options);
+int ContainerRemoveCommand(const ContainerKind& kind, const ContainerOptions& options);
+int ContainerDeleteCommand(const ContainerKind& kind, const ContainerOptions& options);
+
+struct LinkOptions {
+  std::string directory;
+  std::string list;
+  std::string subject;
+  std::string address;
+  std::string from;
+  std::optional<unsigned> size;  // in KB
+  std::string file;              // with the description; empty: none, "-": standard input
+  bool html = false;
+};
+int LinkAddCommand(const ContainerKind& kind, const LinkOptions& options);
+
+struct AnswerOptions {
+  std::string directory;
+  std::string question;
+  std::string answer;
+  std::string color;  // as #rrggbb; empty: the next of a row of colours
+};
+int AnswerAddCommand(const AnswerOptions& options);
+
+struct SubscriptionOptions {
+  std::string directory;
+  std::string forum;
+  std::string address;
+  std::string name;  // subscribe: of the subscriber
+};
+int SubscribeCommand(const SubscriptionOptions& options);
+int UnsubscribeCommand(const SubscriptionOptions& options);
 
 struct PostOptions {
   std::string directory;

@@ -2,11 +2,13 @@
 #include "commands.h"
 #include "console.h"
 #include "platform.h"
+#include "session.h"
 #include "settings_list.h"
 #include "text.h"
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace host {
 
@@ -26,27 +28,50 @@ std::string DefaultTemplates() {
   throw UserError("Cannot find the default templates; name their directory with --templates");
 }
 
-// By hand: the standard library's copying fails on some Windows systems where it takes two files
-// for one.
-void CopyFileBytes(const fs::path& from, const fs::path& to) {
-  std::ifstream in(from, std::ios::binary);
-  std::ofstream out(to, std::ios::binary);
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream content;
   // An empty file would count as a failure to read.
-  if (in && in.peek() != std::ifstream::traits_type::eof()) out << in.rdbuf();
-  if (in.bad() || !out.flush()) throw UserError("Cannot write " + to.generic_string());
+  if (in && in.peek() != std::ifstream::traits_type::eof()) content << in.rdbuf();
+  if (!in.is_open() || in.bad()) throw UserError("Cannot read " + path.generic_string());
+  return content.str();
 }
 
-// Only what is not there yet: a second init completes a board and overwrites nothing.
-void CopyTemplates(const std::string& from, const std::string& to) {
+void WriteFile(const fs::path& path, const std::string& content) {
+  std::ofstream out(path, std::ios::binary);
+  out << content;
+  if (!out.flush()) throw UserError("Cannot write " + path.generic_string());
+}
+
+// The default pages are those of a board of this name.
+constexpr const char* kNameInTemplates = "My Board";
+
+std::string WithBoardName(std::string page, const std::string& name) {
+  const std::string shown = HtmlText(name);
+  const std::size_t length = std::string(kNameInTemplates).size();
+  for (std::size_t at = page.find(kNameInTemplates); at != std::string::npos;
+       at = page.find(kNameInTemplates, at + shown.size())) {
+    page.replace(at, length, shown);
+  }
+  return page;
+}
+
+// Only what is not there yet: a second init completes a board and overwrites nothing. The pieces
+// that survey pages are put together from belong into the board's own directory.
+void CopyTemplates(const std::string& from, const std::string& board, const std::string& name) {
   std::error_code error;
   if (!fs::is_directory(from, error)) throw UserError("Cannot open the templates in " + from);
   const fs::path source = from;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source)) {
-    const fs::path target = fs::path(to) / entry.path().lexically_relative(source);
+    const std::string extension = LowerCase(entry.path().extension().string());
+    const fs::path target = extension == ".htf" ? fs::path(board) / entry.path().filename()
+                                                : fs::path(board) / "Templates" /
+                                                      entry.path().lexically_relative(source);
     if (entry.is_directory()) {
       fs::create_directories(target, error);
     } else if (entry.is_regular_file() && !fs::exists(target, error)) {
-      CopyFileBytes(entry.path(), target);
+      const std::string content = ReadFile(entry.path());
+      WriteFile(target, extension == ".htm" ? WithBoardName(content, name) : content);
     }
   }
 }
@@ -60,8 +85,12 @@ void MakeDirectory(const std::string& path) {
   }
 }
 
-std::string BoardName(const InitOptions& options, const std::string& path) {
+std::string BoardName(const InitOptions& options, const std::string& path, bool isBoard) {
   std::string name = options.name;
+  if (isBoard) {
+    BoardDirectory board(path);
+    return Session(board).Setup().String("BBS Name");
+  }
   if (name.empty()) {
     name = fs::path(path).parent_path().filename().string();
     if (name.empty()) name = "My Board";
@@ -75,13 +104,23 @@ std::string BoardName(const InitOptions& options, const std::string& path) {
   return name;
 }
 
-void WriteSettings(const std::string& path, const std::string& name) {
-  std::ofstream file(path, std::ios::binary);
-  file << "[Tavernix]\r\nBBS Name=" << name << "\r\n";
+bool IsTemplateSetting(const SettingInfo& setting) {
+  return std::string(setting.key).rfind("HTML File - ", 0) == 0;
+}
+
+void WriteSettings(const std::string& board, const std::string& name) {
+  std::string text = "[Tavernix]\r\nBBS Name=" + name + "\r\n";
   for (const SettingInfo& setting : SettingsList()) {
-    if (setting.initial != nullptr) file << setting.key << "=" << setting.initial << "\r\n";
+    if (setting.initial == nullptr) continue;
+    // Templates of the owner's own may lack a kind of page.
+    std::error_code error;
+    if (IsTemplateSetting(setting) &&
+        !fs::exists(board + "Templates/" + setting.initial + ".htm", error)) {
+      continue;
+    }
+    text += std::string(setting.key) + "=" + setting.initial + "\r\n";
   }
-  if (!file.flush()) throw UserError("Cannot write " + path);
+  WriteFile(board + kSettingsFile, text);
 }
 
 void PrintNextSteps(const std::string& directory) {
@@ -110,18 +149,17 @@ int InitCommand(const InitOptions& options) {
     throw UserError("Cannot make a board in " + options.directory +
                     ": the directory is not empty and is not a board; nothing was changed");
   }
-  if (isBoard) BoardDirectory check(path);  // a settings file of garbage stays as it is
-  const std::string name = isBoard ? std::string() : BoardName(options, path);
+  const std::string name = BoardName(options, path, isBoard);
   const std::string templates = options.templates.empty() ? DefaultTemplates() : options.templates;
 
   for (const char* part : {"", "Data", "Site", "Templates"}) MakeDirectory(path + part);
-  CopyTemplates(templates, path + "Templates");
+  CopyTemplates(templates, path, name);
   if (isBoard) {
     PrintLine(options.directory + " is a board already; its settings were left as they are.");
     return kExitSuccess;
   }
   // Last, since this file makes the directory a board.
-  WriteSettings(path + kSettingsFile, name);
+  WriteSettings(path, name);
   PrintLine("Made the board \"" + name + "\" in " + path);
   PrintLine("  settings   " + path + kSettingsFile);
   PrintLine("  data       " + path + "Data/");

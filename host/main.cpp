@@ -1,10 +1,9 @@
 // brevant-host: makes a board, edits it and runs the library's tasks on it.
 #include "board_directory.h"
+#include "command_line.h"
 #include "commands.h"
 #include "console.h"
 
-#include <CLI/CLI.hpp>
-#include <functional>
 #include <iostream>
 
 namespace {
@@ -15,6 +14,9 @@ Examples:
   brevant-host forum create myboard "General Talk" --description "Anything goes"
   brevant-host post myboard "General Talk" --from "Ann <ann@example.org>" \
       --subject Hello --file hello.txt
+  brevant-host links create myboard "Good Sites"
+  brevant-host links add myboard "Good Sites" "A seed bank" --address https://example.org/
+  brevant-host question create myboard "Tea or coffee" --answer Tea --answer Coffee
   brevant-host run myboard html                 pages in myboard/Site
 
   brevant-host config myboard set "POP3 Server" mail.example.org
@@ -24,7 +26,7 @@ Examples:
 
 Exit code: 0 success, 1 something failed, 2 wrong use of the command, 128 + signal when interrupted.)";
 
-using Action = std::function<int()>;
+using host::Action;
 
 void AddInit(CLI::App& app, Action& action) {
   auto options = std::make_shared<host::InitOptions>();
@@ -48,49 +50,6 @@ void AddRun(CLI::App& app, Action& action) {
   command->add_flag("-v,--verbose", options->verbose, "print every step");
   command->callback(
       [options, &action] { action = [options] { return host::RunCommand(*options); }; });
-}
-
-void AddForum(CLI::App& app, Action& action) {
-  auto options = std::make_shared<host::ForumOptions>();
-  CLI::App* group = app.add_subcommand("forum", "Create, list, show, rename or delete forums");
-  group->require_subcommand(1);
-  auto add = [&](const char* name, const char* what, int (*function)(const host::ForumOptions&)) {
-    CLI::App* command = group->add_subcommand(name, what);
-    command->add_option("DIR", options->directory, "directory of the board")->required();
-    command->callback(
-        [options, &action, function] { action = [=] { return function(*options); }; });
-    return command;
-  };
-  add("list", "List the forums", host::ForumListCommand);
-  CLI::App* create = add("create", "Make a forum", host::ForumCreateCommand);
-  create->add_option("NAME", options->name, "name of the forum")->required();
-  create->add_option("--description", options->description, "one line about the forum");
-  create->add_option("--prefix", options->prefix, "how the names of its pages begin");
-  create->add_option("--maximum", options->maximum, "messages kept; the oldest goes first (16)")
-      ->check(CLI::Range(1u, 1000000000u));
-  CLI::App* show = add("show", "Show a forum and its messages", host::ForumShowCommand);
-  show->add_option("NAME", options->name, "name of the forum")->required();
-  CLI::App* rename = add("rename", "Rename a forum", host::ForumRenameCommand);
-  rename->add_option("NAME", options->name, "name of the forum")->required();
-  rename->add_option("NEWNAME", options->newName, "its new name")->required();
-  CLI::App* remove = add("delete", "Delete a forum with its messages", host::ForumDeleteCommand);
-  remove->add_option("NAME", options->name, "name of the forum")->required();
-}
-
-void AddPost(CLI::App& app, Action& action) {
-  auto options = std::make_shared<host::PostOptions>();
-  CLI::App* command = app.add_subcommand("post", "Post a message to a forum without mail");
-  command->add_option("DIR", options->directory, "directory of the board")->required();
-  command->add_option("FORUM", options->forum, "name of the forum")->required();
-  command->add_option("--from", options->from, "author, as in \"Ann <ann@example.org>\"")
-      ->required();
-  command->add_option("--subject", options->subject, "subject of the message")->required();
-  command->add_option("--file", options->file, "file with the text; - reads standard input")
-      ->default_val("-");
-  command->add_flag("--html", options->html, "the text is HTML");
-  command->add_option("--reply-to", options->replyTo, "number of the message this one answers");
-  command->callback(
-      [options, &action] { action = [options] { return host::PostCommand(*options); }; });
 }
 
 void AddConfig(CLI::App& app, Action& action) {
@@ -121,8 +80,7 @@ int Main(int argc, char** argv) {
   Action action;
   AddInit(app, action);
   AddRun(app, action);
-  AddForum(app, action);
-  AddPost(app, action);
+  host::AddContainerFamilies(app, action);
   AddConfig(app, action);
   app.footer(kExamples);  // last, or every command would inherit it
   if (argc == 1) {

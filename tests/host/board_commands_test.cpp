@@ -16,7 +16,8 @@ TEST_F(Commands, InitMakesABoardWithSettingsDirectoriesAndTemplates) {
   std::string settings = test::ReadFileBytes(InBoard("brevant.ini"));
   EXPECT_THAT(settings, HasSubstr("[Tavernix]"));
   EXPECT_THAT(settings, HasSubstr("BBS Name=Test Board"));
-  for (const char* extra : {"Standard POP3 Mode=1", "Keep Unsaved Mail=1", "Safe HTML=1"}) {
+  for (const char* extra :
+       {"Standard POP3 Mode=1", "Keep Unsaved Mail=1", "Safe HTML=1", "Decode Mail Text=1"}) {
     EXPECT_THAT(settings, HasSubstr(extra));
   }
 }
@@ -24,7 +25,32 @@ TEST_F(Commands, InitMakesABoardWithSettingsDirectoriesAndTemplates) {
 TEST_F(Commands, InitCopiesTheDefaultTemplatesWhenNoneAreNamed) {
   test::ProgramResult result = RunHost({"init", Board()});
   EXPECT_EQ(result.exitCode, 0) << result.output;
-  EXPECT_TRUE(test::FileExists(InBoard("Templates/index.htm")));
+  const std::string settings = test::ReadFileBytes(InBoard("brevant.ini"));
+  for (const char* page : {"index", "messages", "links", "questions", "answers"}) {
+    EXPECT_TRUE(test::FileExists(InBoard("Templates/" + std::string(page) + ".htm"))) << page;
+    EXPECT_THAT(settings, HasSubstr(std::string("=") + page + "\r\n"));
+  }
+  // Survey pages are put together from these; they are looked for in the program directory.
+  for (const char* piece : {"graph.htf", "radio.htf", "combobox.htf"}) {
+    EXPECT_TRUE(test::FileExists(InBoard(piece))) << piece;
+  }
+}
+
+TEST_F(Commands, InitPutsTheBoardsNameIntoThePages) {
+  ASSERT_EQ(RunHost({"init", Board(), "--name", "Tom's & Co $5 <b>"}).exitCode, 0);
+  for (const char* page : {"index", "message", "answers"}) {
+    const std::string text =
+        test::ReadFileBytes(InBoard("Templates/" + std::string(page) + ".htm"));
+    EXPECT_THAT(text, HasSubstr("Tom&#39;s &#38; Co &#36;5 &#60;b&#62;")) << page;
+    EXPECT_THAT(text, Not(HasSubstr("My Board"))) << page;
+  }
+}
+
+TEST_F(Commands, InitNamesOnlyTemplatesThatAreThere) {
+  Init();
+  const std::string settings = test::ReadFileBytes(InBoard("brevant.ini"));
+  EXPECT_THAT(settings, HasSubstr("HTML File - Message list=messages"));
+  EXPECT_THAT(settings, Not(HasSubstr("HTML File - Answer list")));
 }
 
 TEST_F(Commands, InitTakesAnEmptyDirectory) {

@@ -10,13 +10,14 @@ using Help = Host;
 TEST_F(Help, NamesEveryCommandAndGivesExamples) {
   test::ProgramResult result = RunHost({"--help"});
   EXPECT_EQ(result.exitCode, 0);
-  for (const char* word : {"init", "run", "forum", "post", "config", "Examples:", "cron"}) {
+  for (const char* word : {"init", "run", "forum", "list", "links", "question", "post", "subscribe",
+                           "unsubscribe", "config", "Examples:", "cron"}) {
     EXPECT_THAT(result.output, HasSubstr(word));
   }
 }
 
 TEST_F(Help, StandsForEveryCommand) {
-  for (const char* command : {"init", "run", "post", "config"}) {
+  for (const char* command : {"init", "run", "post", "config", "subscribe", "unsubscribe"}) {
     test::ProgramResult result = RunHost({command, "--help"});
     EXPECT_EQ(result.exitCode, 0) << command;
     EXPECT_THAT(result.output, HasSubstr("DIR")) << command;
