@@ -1,11 +1,16 @@
 // The demonstration's site in a real browser.
+#include "support/pop3_server.h"
 #include "support/process.h"
 #include "support/temporary_directory.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -56,6 +61,96 @@ TEST_F(Site, ScreenshotsAreTaken) {
   ExpectNothingWrong("screenshots");
   EXPECT_TRUE(test::FileExists(Out() + "/index.phone-dark.png"));
   EXPECT_TRUE(test::FileExists(Out() + "/index.desktop-light.png"));
+}
+
+// --- Votes
+// ----------------------------------------------------------------------------------------
+
+struct Choice {
+  std::string question;
+  std::string answer;
+};
+
+// What a browser sent for one form, and what for.
+struct SentForm {
+  std::string mail;
+  std::vector<Choice> choices;
+};
+
+class Voting : public Site {
+ protected:
+  static test::ProgramResult RunHost(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), HOST_PROGRAM);
+    return test::RunProgram(arguments);
+  }
+
+  // The votes for each answer of a question, as the host shows them.
+  static std::map<std::string, int> Votes(const std::string& question) {
+    static const std::regex kLine("  [0-9]+  (.*)  - ([0-9]+) votes?(, [0-9]+%)?");
+    std::map<std::string, int> votes;
+    std::istringstream shown(RunHost({"question", "show", Board(), question}).output);
+    std::smatch match;
+    for (std::string line; std::getline(shown, line);) {
+      if (std::regex_match(line, match, kLine)) votes[match[1]] = std::stoi(match[2]);
+    }
+    return votes;
+  }
+
+  // Lets a browser fill in every form of the site; each becomes the mail that its target asks for.
+  static std::vector<SentForm> SendForms() {
+    const std::string out = Out() + "/forms";
+    const test::ProgramResult result = Look("forms", Pages(), out);
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    std::vector<SentForm> forms;
+    for (int number = 1; test::FileExists(out + "/" + std::to_string(number) + ".body"); ++number) {
+      const auto read = [&](const char* part) {
+        return test::ReadFileBytes(out + "/" + std::to_string(number) + part);
+      };
+      SentForm form;
+      form.mail = "From: Voter <voter@example.org>\r\nTo: " + read(".to") +
+                  "\r\nSubject: " + read(".subject") +
+                  "\r\nMIME-Version: 1.0\r\nContent-Type: " + read(".type") + "\r\n\r\n" +
+                  read(".body");
+      std::istringstream chosen(read(".chosen"));
+      for (std::string line; std::getline(chosen, line);) {
+        const std::size_t tab = line.find('\t');
+        form.choices.push_back({line.substr(0, tab), line.substr(tab + 1)});
+      }
+      forms.push_back(form);
+    }
+    return forms;
+  }
+};
+
+TEST_F(Voting, AVoteThatABrowserSendsIsCounted) {
+  const std::vector<SentForm> forms = SendForms();
+  ASSERT_FALSE(forms.empty());
+  test::Pop3Options options;
+  options.account = "board";
+  options.password = "secret";
+  test::Pop3Server server({}, options);
+  ASSERT_EQ(
+      RunHost({"config", Board(), "set", "POP3 Port", std::to_string(server.Port())}).exitCode, 0);
+  for (const SentForm& form : forms) {
+    std::map<std::string, std::map<std::string, int>> expected;
+    for (const Choice& choice : form.choices) {
+      if (expected.find(choice.question) == expected.end()) {
+        expected[choice.question] = Votes(choice.question);
+      }
+      ASSERT_EQ(expected[choice.question].count(choice.answer), 1u) << choice.answer;
+      ++expected[choice.question][choice.answer];
+    }
+    server.Add(form.mail);
+    const test::ProgramResult run = RunHost({"run", Board(), "retrieve"});
+    EXPECT_EQ(run.exitCode, 0) << run.output << form.mail;
+    EXPECT_TRUE(server.Messages().empty());
+    for (const auto& [question, votes] : expected) EXPECT_EQ(Votes(question), votes) << form.mail;
+  }
+  // And the pages show it.
+  ASSERT_EQ(RunHost({"run", Board(), "html"}).exitCode, 0);
+  const Choice& last = forms.back().choices.back();
+  EXPECT_GT(Votes(last.question)[last.answer], 0);
+  ExpectNothingWrong("content");
 }
 
 // Checks that find nothing on a bad page would find nothing anywhere.

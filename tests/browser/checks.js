@@ -12,14 +12,15 @@ const DESKTOP = 1280;
 const NARROWEST = 320;
 
 // Calls look(tab, page, view) for every page in every view and collects what it finds.
-async function everywhere({ pages, open }, views, look) {
+async function everywhere({ pages, window, visit }, views, look) {
   const wrong = [];
-  for (const page of pages) {
-    for (const view of views) {
-      const tab = await open(page, view);
+  for (const view of views) {
+    const tab = await window(view);
+    for (const page of pages) {
+      await visit(tab, page);
       for (const line of await look(tab, page, view)) wrong.push(`${page}: ${line}`);
-      await tab.context().close();
     }
+    await tab.context().close();
   }
   return wrong;
 }

@@ -42,11 +42,18 @@ async function choose(form) {
   return chosen;
 }
 
-// Sends the page's form number index to a server of our own, with its method and enctype. Gives what
-// arrived and where it would have gone.
-async function send(tab, index) {
-  const form = tab.locator('form').nth(index);
-  const chosen = await choose(form);
+// What a mail program makes of a "mailto:" address.
+function mailOf(address) {
+  const url = new URL(address);
+  return {
+    to: decodeURIComponent(url.pathname),
+    subject: url.searchParams.get('subject') || '',
+    body: url.searchParams.get('body') || '',
+  };
+}
+
+// Sends the form to a server of our own, with its method and enctype.
+async function post(form) {
   const target = await form.evaluate((element) => element.getAttribute('action'));
   const { server, form: sent, port } = await catcher();
   try {
@@ -54,32 +61,50 @@ async function send(tab, index) {
       element.action = action;
     }, `http://127.0.0.1:${port}/`);
     await form.locator('[type=submit]').first().click();
-    return { target, chosen, ...(await sent) };
+    const { type, body } = await sent;
+    return { ...mailOf(target), type, body };
   } finally {
     server.closeAllConnections();
     server.close();
   }
 }
 
-// Writes OUT/N.body, OUT/N.type, OUT/N.to (the address to mail it to, as a mail program writes it)
-// and OUT/N.chosen (lines of question, tab, answer) for every form of the site.
+// Sends the form as it stands and catches the address that the browser gives to the mail program.
+async function mail(form) {
+  const asked = form.page().waitForRequest((request) => request.url().startsWith('mailto:'));
+  await form.locator('[type=submit]').first().click({ noWaitAfter: true });
+  return { ...mailOf((await asked).url()), type: 'text/plain' };
+}
+
+// Sends every form of the site in both ways. Writes OUT/N.body and OUT/N.type, what the browser
+// sent; OUT/N.to and OUT/N.subject, of the mail that it is for; OUT/N.chosen, lines of question,
+// tab, answer.
 async function forms(run) {
   fs.mkdirSync(run.out, { recursive: true });
   const wrong = [];
   let number = 0;
+  const tab = await run.window();
   for (const page of run.pages) {
-    const count = await (await run.open(page)).locator('form').count();
-    for (let index = 0; index < count; ++index) {
-      const tab = await run.open(page);
-      const { target, chosen, type, body } = await send(tab, index);
-      await tab.context().close();
-      if (!target.startsWith('mailto:')) wrong.push(`${page}: a form goes to ${target}`);
-      if (chosen.length === 0) wrong.push(`${page}: a form has nothing to choose`);
-      const base = path.join(run.out, String(++number));
-      fs.writeFileSync(`${base}.body`, body);
-      fs.writeFileSync(`${base}.type`, type);
-      fs.writeFileSync(`${base}.to`, decodeURIComponent(target.slice('mailto:'.length)));
-      fs.writeFileSync(`${base}.chosen`, chosen.map((pair) => `${pair.join('\t')}\n`).join(''));
+    await run.visit(tab, page);
+    const targets = await tab.locator('form').evaluateAll((all) => all.map((e) => e.action));
+    for (const [index, target] of targets.entries()) {
+      if (!target.startsWith('mailto:')) {
+        wrong.push(`${page}: a form goes to ${target}`);
+        continue;
+      }
+      for (const send of [post, mail]) {
+        await run.visit(tab, page);
+        const form = tab.locator('form').nth(index);
+        if (!(await form.isVisible())) continue;
+        const chosen = await choose(form);
+        if (chosen.length === 0) wrong.push(`${page}: a form has nothing to choose`);
+        const { to, subject, type, body } = await send(form);
+        const base = path.join(run.out, String(++number));
+        const lines = chosen.map((pair) => `${pair.join('\t')}\n`).join('');
+        for (const [part, text] of Object.entries({ to, subject, type, body, chosen: lines })) {
+          fs.writeFileSync(`${base}.${part}`, text);
+        }
+      }
     }
   }
   if (number === 0) wrong.push('no page has a form');

@@ -20,19 +20,17 @@ async function main() {
   if (pages.length === 0) throw new Error(`there is no page in ${site}`);
   const browser = await chromium.launch({ executablePath: process.env.BROWSER_PROGRAM });
   try {
-    // A new window for each view; what it shows comes from files alone.
-    const open = async (page, view = {}) => {
+    const window = async (view = {}) => {
       const context = await browser.newContext({
         viewport: { width: view.width || 1280, height: view.width < 600 ? 812 : 900 },
         deviceScaleFactor: view.scale || 1,
         colorScheme: view.scheme || 'light',
         javaScriptEnabled: view.scripts !== false,
       });
-      const tab = await context.newPage();
-      await tab.goto(pathToFileURL(path.join(site, page)).href);
-      return tab;
+      return context.newPage();
     };
-    const wrong = await checks[name]({ site, out, pages, open });
+    const visit = (tab, page) => tab.goto(pathToFileURL(path.join(site, page)).href);
+    const wrong = await checks[name]({ site, out, pages, window, visit });
     for (const line of wrong) console.log(line);
     return wrong.length === 0 ? 0 : 1;
   } finally {
