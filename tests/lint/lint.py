@@ -286,7 +286,7 @@ def page_fields():
     for tag in sorted(documented - code):
         yield "docs/formats/templates.md: `%s` is no page field" % tag
     for name in tracked():
-        if re.match(r"templates/.*\.html?$", name):
+        if re.match(r"templates/.*\.ht(ml?|f)$", name):
             for tag in re.findall(r"\$(?:[\w~* ]+\.)*([A-Z][A-Z_]+)(?:\([^$]*\))?\$", read(name)):
                 if tag not in code:
                     yield "%s: $%s$ is no page field" % (name, tag)
