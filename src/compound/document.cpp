@@ -312,7 +312,9 @@ void Document::Commit() {
   ++core.header.sequence;
   core.header.dirty = true;
   core.pager.WriteFresh();
-  Check(file_->Sync());
+  // A new file has no old state that must outlive this.
+  const bool isNew = journal_ == nullptr && core.pager.IsNew();
+  if (!isNew) Check(file_->Sync());
   if (journal_ != nullptr) {
     WriteJournal();
   } else {

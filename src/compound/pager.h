@@ -62,6 +62,7 @@ class Pager {
     if (cleanBlocks_ > cleanLimit_ || dirty_.size() > spillAt_) TrimNow();
   }
 
+  bool IsNew() const { return committedSectors_ == 0; }  // nothing was committed yet
   bool HasChanges() const { return !dirty_.empty() || sectors_ != committedSectors_; }
   // The first half of a commit: afterwards the file holds every fresh sector and has its new
   // length.

@@ -168,6 +168,8 @@ void SettleJournalBeforeCreation(const StorageFile& made) {
     compound::SettleJournal(*place, nullptr);
   } else {
     compound::SettleJournal(*place, MakeByteFile(old->Descriptor(), true, false).get());
+    // The removal of the old file's journal must not be lost when the new file takes the name.
+    compound::Check(place->SyncNames());
   }
 }
 
