@@ -3,6 +3,9 @@
 #include "board_reading.h"
 #include "support/temporary_directory.h"
 
+#include <brevant/link_list.h>
+#include <brevant/survey_question.h>
+
 #include <gtest/gtest.h>
 #include <new>
 
@@ -50,6 +53,33 @@ TEST_F(BoardCache, NamesComeInTheOrderOfTheSearches) {
   EndForumSearch(search);
   EXPECT_EQ(cache.Names(TBoardKind::kForum), searched);
   EXPECT_EQ(searched, (std::vector<std::string>{"Alpha", "beta", "gamma"}));
+}
+
+TEST_F(BoardCache, EveryKindOfBoardFileOpensAsItsOwnClass) {
+  {
+    const std::unique_ptr<TForum> made[] = {std::make_unique<TContributor>(),
+                                            std::make_unique<TLinkList>(),
+                                            std::make_unique<TSurveyQuestion>()};
+    for (const auto& container : made) {
+      ASSERT_NE(container->Open("Alpha", directory_.Path().c_str(), 2, 4096, 16), 0);
+    }
+  }
+  TBoardCache cache(directory_.Path());
+  const std::pair<TBoardKind, const char*> kKinds[] = {{TBoardKind::kForum, ".mwd"},
+                                                       {TBoardKind::kContributor, ".mwe"},
+                                                       {TBoardKind::kLinkList, ".mwf"},
+                                                       {TBoardKind::kQuestion, ".mwg"}};
+  std::vector<TBoardCache::THandle> handles;
+  for (const auto& [kind, extension] : kKinds) {
+    EXPECT_EQ(cache.Names(kind).size(), kind == TBoardKind::kForum ? 3U : 1U) << extension;
+    EXPECT_NE(cache.Find(kind, "ALPHA"), nullptr);
+    handles.push_back(cache.Open(kind, "alpha"));
+    ASSERT_TRUE(handles.back()) << extension;
+    EXPECT_STREQ(handles.back()->Extension(), extension);
+    EXPECT_EQ(handles.back().Kind(), kind);
+  }
+  EXPECT_EQ(cache.OpenCount(), 4U);
+  EXPECT_NE(dynamic_cast<TLinkList*>(handles[2].Get()), nullptr);
 }
 
 TEST_F(BoardCache, NamesAreReadOnce) {

@@ -122,6 +122,23 @@ TEST(PageNames, TwoObjectsShareANameOnlyWhenTheyDifferInLetterCaseAlone) {
   }
 }
 
+TEST(PageNames, LongNamesDifferInTheirChecksums) {
+  std::mt19937 random(23);
+  std::map<std::string, std::string> owners;
+  for (int i = 0; i < 5000; ++i) {
+    // The same beginning everywhere: only what is cut off tells them apart.
+    const std::string container = std::string(180, 'a') + RandomText(random, 30);
+    const char kind = "flrq"[static_cast<DWORD>(random()) % 4];
+    const DWORD item = static_cast<DWORD>(random()) % 4;
+    const std::string name = item == 0 ? ContainerPageName("", "page.htm", kind, container)
+                                       : ItemPageName("", "page.htm", kind, container, item);
+    const std::string owner = Lower(container) + '\0' + kind + std::to_string(item);
+    ASSERT_LE(name.size(), kMaxPageNameBytes);
+    const auto [known, isNew] = owners.try_emplace(name, owner);
+    ASSERT_EQ(known->second, owner) << name;
+  }
+}
+
 TEST(PageNames, ContainersWithPrefixesShareNoNameEither) {
   std::mt19937 random(11);
   std::map<std::string, std::string> owners;
