@@ -47,8 +47,11 @@ class DialoguePlayer {
   virtual std::string ClientBytes() = 0;
   // Messages or files left on the server.
   virtual int Left() = 0;
+  // What the host was shown, where the player has a host.
+  virtual std::vector<std::string> History() { return {}; }
 };
 
 std::unique_ptr<DialoguePlayer> MakePop3Player(const DialogueCase& dialogue);
+std::unique_ptr<DialoguePlayer> MakeRetrievalPlayer(const DialogueCase& dialogue);
 
 }  // namespace test

@@ -32,7 +32,7 @@ void Remember(const char* format, va_list arguments) {
 std::unique_ptr<test::DialoguePlayer> MakePlayer(const test::DialogueCase& dialogue) {
   static const std::map<
       std::string, std::function<std::unique_ptr<test::DialoguePlayer>(const test::DialogueCase&)>>
-      makers = {{"pop3", &test::MakePop3Player}};
+      makers = {{"pop3", &test::MakePop3Player}, {"retrieval", &test::MakeRetrievalPlayer}};
   const auto found = makers.find(dialogue.protocol);
   if (found == makers.end()) throw std::runtime_error("unknown protocol " + dialogue.protocol);
   return found->second(dialogue);
@@ -68,6 +68,8 @@ TEST_P(Dialogue, GoesAsWritten) {
   if (dialogue.checksClient) {
     EXPECT_EQ(test::Quote(player->ClientBytes()), test::Quote(dialogue.client));
   }
+  const std::vector<std::string> shown = player->History();
+  history.insert(history.end(), shown.begin(), shown.end());
   EXPECT_EQ(history, dialogue.history);
   if (dialogue.left >= 0) {
     EXPECT_EQ(player->Left(), dialogue.left);
