@@ -240,6 +240,7 @@ class BREVANT_API TForum {
   bool TrimForInsertion(DWORD inserted);
   void ForgetCopies();
   void ForgetCopyOf(const TStream& stream);
+  bool IsBehindList(DWORD index);
   int PutMessageRecord(std::optional<std::size_t> position, DWORD index, DWORD linkId,
                        const char* subject);
   template <typename Change>

@@ -72,8 +72,31 @@ int TForum::ReadNextMessageInfo(DWORD* index, DWORD* linkId, char* subject, int 
 
 int TForum::EndMessageSearch() { return 1; }
 
+// Whether the list is known to hold no record of this message although only its last one was read:
+// it has as many as the forum has messages, and ends with the newest of them. So an insertion into
+// a forum that was just opened costs the same however long its list is.
+bool TForum::IsBehindList(DWORD index) {
+  const DWORD size = messageList_.Size();
+  const DWORD records = size / kMessageRecordSize;
+  if (!messageList_.IsOpen() || size % kMessageRecordSize != 0 ||
+      records != static_cast<DWORD>(Number("Message Count"))) {
+    return false;
+  }
+  if (records == 0) return true;
+  RecordBytes bytes;
+  messageList_.Seek(static_cast<LONG>(size - kMessageRecordSize), STREAM_SEEK_SET);
+  if (messageList_.Read(bytes.data(), kMessageRecordSize) != kMessageRecordSize) return false;
+  const std::string_view key = brevant::DecodeRecord({bytes.data(), bytes.size()}).key;
+  const brevant::MessageEntry newest = brevant::ParseMessageKey(key);
+  return key == MessageKey(newest.index, newest.linkId).Text() && newest.index < index &&
+         newest.index == static_cast<DWORD>(Number("Last Message Index"));
+}
+
 int TForum::WriteMessageInfo(DWORD index, DWORD linkId, const char* subject) {
   return Guarded(0, [&] {
+    if (index_ == nullptr && IsBehindList(index)) {
+      return PutMessageRecord(std::nullopt, index, linkId, subject);
+    }
     const brevant::TListIndex* list = LoadedIndex();
     if (list != nullptr && list->Regular()) {
       return PutMessageRecord(list->Find(index, linkId), index, linkId, subject);
@@ -99,12 +122,15 @@ int TForum::PutMessageRecord(std::optional<std::size_t> position, DWORD index, D
                              const char* subject) {
   RecordBytes bytes;
   brevant::EncodeRecord(bytes, MessageKey(index, linkId).Text(), TextOrEmpty(subject));
-  const std::size_t at = position.value_or(index_->Size()) * kMessageRecordSize;
-  messageList_.Seek(static_cast<LONG>(at), STREAM_SEEK_SET);
+  // Without an index only an appended record gets here, and the list holds whole records only.
+  const std::size_t slot =
+      position.value_or(index_ ? index_->Size() : messageList_.Size() / kMessageRecordSize);
+  messageList_.Seek(static_cast<LONG>(slot * kMessageRecordSize), STREAM_SEEK_SET);
   if (messageList_.Write(bytes.data(), kMessageRecordSize) != kMessageRecordSize) {
     index_.reset();
     return 0;
   }
+  if (index_ == nullptr) return 1;
   const brevant::Record record = brevant::DecodeRecord({bytes.data(), bytes.size()});
   const brevant::MessageEntry numbers{index, linkId};
   FollowWrite([&](brevant::TListIndex& list) {

@@ -327,6 +327,41 @@ TEST_F(Forum, TimesOfAMissingMessage) {
   EXPECT_EQ(forum_.GetMessageTimes(1, &time, &time, &time), 0);
 }
 
+TEST_F(Forum, AnInsertionRightAfterTheOpeningAppendsItsRecord) {
+  Insert(forum_, "one");
+  Insert(forum_, "two");
+  forum_.RemoveMessage(1);
+  ASSERT_EQ(Reopen(), 1);
+  EXPECT_EQ(Insert(forum_, "three"), 3U);
+  EXPECT_EQ(Insert(forum_, "four"), 4U);
+  const std::vector<Row> rows = {{2, 0, "two"}, {3, 0, "three"}, {4, 0, "four"}};
+  EXPECT_EQ(Rows(forum_), rows);
+  EXPECT_EQ(forum_.GetNextMessageIndex(3), 4U);
+  EXPECT_EQ(forum_.GetPrevMessageIndex(3), 2U);
+}
+
+TEST_F(Forum, AnInsertionRightAfterTheOpeningReplacesARecordWrittenByHand) {
+  Insert(forum_, "one");
+  Insert(forum_, "two");
+  forum_.WriteMessageInfo(3, 0, "by hand");
+  ASSERT_EQ(Reopen(), 1);
+  EXPECT_EQ(Insert(forum_, "three"), 3U);
+  const std::vector<Row> rows = {{1, 0, "one"}, {2, 0, "two"}, {3, 0, "three"}};
+  EXPECT_EQ(Rows(forum_), rows);
+}
+
+TEST_F(Forum, AnInsertionBehindAListOutOfOrderKeepsIt) {
+  Insert(forum_, "one");
+  Insert(forum_, "two");
+  forum_.RemoveMessageInfo(1);
+  forum_.WriteMessageInfo(1, 0, "one");
+  ASSERT_EQ(Reopen(), 1);
+  EXPECT_EQ(Insert(forum_, "three"), 3U);
+  const std::vector<Row> rows = {{2, 0, "two"}, {1, 0, "one"}, {3, 0, "three"}};
+  EXPECT_EQ(Rows(forum_), rows);
+  EXPECT_EQ(forum_.GetNextMessageIndex(1), 3U);
+}
+
 TEST_F(Forum, WriteMessageInfoMatchesTheWholeKey) {
   EXPECT_EQ(forum_.WriteMessageInfo(5, 1, "a"), 1);
   EXPECT_EQ(forum_.WriteMessageInfo(5, 1, "b"), 1);
