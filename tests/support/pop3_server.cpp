@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <mutex>
 #include <numeric>
+#include <set>
 #include <utility>
 
 namespace test {
@@ -184,11 +185,13 @@ class Pop3Server::Session : public ServerSession {
   }
 
   void CommitDeletions() {
-    const std::lock_guard lock(mailbox_->mutex);
-    auto& left = mailbox_->messages;
+    std::set<const Mailbox::Message*> gone;
     for (std::size_t i = 0; i < messages_.size(); ++i) {
-      if (deleted_[i]) left.erase(std::remove(left.begin(), left.end(), messages_[i]), left.end());
+      if (deleted_[i]) gone.insert(messages_[i].get());
     }
+    const std::lock_guard lock(mailbox_->mutex);
+    std::erase_if(mailbox_->messages,
+                  [&](const auto& message) { return gone.contains(message.get()); });
   }
 
   std::shared_ptr<Mailbox> mailbox_;

@@ -162,13 +162,26 @@ class LoopbackServer::Conversation {
     }
   }
 
+  // Clients on this machine send the next command within microseconds; benchmarks must not time the
+  // server's waking up.
+  int ReceiveSoon(char* buffer, int size) {
+    constexpr std::chrono::microseconds kSoon(60);
+    const auto start = std::chrono::steady_clock::now();
+    int result = platform::ReceiveNow(socket_, buffer, size);
+    while (result == platform::kWouldBlock && std::chrono::steady_clock::now() - start < kSoon) {
+      result = platform::ReceiveNow(socket_, buffer, size);
+    }
+    return result;
+  }
+
   bool Receive() {
     while (!server_.stopping_) {
-      if (!platform::WaitForReadiness(socket_, Readiness::kReadable, kPoll)) continue;
       std::array<char, 16384> block;
-      const int result =
-          platform::ReceiveNow(socket_, block.data(), static_cast<int>(block.size()));
-      if (result == platform::kWouldBlock) continue;
+      const int result = ReceiveSoon(block.data(), static_cast<int>(block.size()));
+      if (result == platform::kWouldBlock) {
+        platform::WaitForReadiness(socket_, Readiness::kReadable, kPoll);
+        continue;
+      }
       if (result < 1) return false;
       const std::string_view bytes(block.data(), static_cast<std::size_t>(result));
       received_ += bytes;

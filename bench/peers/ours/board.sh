@@ -6,10 +6,8 @@ make_board() {
     "$BREVANT_HOST" forum create "$1" "$forum" --maximum 100000
   done
 }
-# set_setting DIRECTORY KEY VALUE does what an editor would do to the text file that settings are.
-set_setting() {
-  board_file=$1/brevant.ini
-  grep -v "^$2=" "$board_file" >"$board_file.new" || true
-  printf '%s=%s\r\n' "$2" "$3" >>"$board_file.new"
-  mv "$board_file.new" "$board_file"
+# set_mailbox DIRECTORY HOST PORT does what an editor would do to the text file that settings are.
+set_mailbox() {
+  sed -i -e '/^POP3 Server=/d' -e '/^POP3 Port=/d' "$1/brevant.ini"
+  printf 'POP3 Server=%s\r\nPOP3 Port=%s\r\n' "$2" "$3" >>"$1/brevant.ini"
 }

@@ -4,7 +4,6 @@
 set -e
 . "$(dirname "$0")/board.sh"
 cp -r "$PEER_BOARD" "$OUT/board"
-set_setting "$OUT/board" 'POP3 Server' "$HOST"
-set_setting "$OUT/board" 'POP3 Port' "$PORT"
+set_mailbox "$OUT/board" "$HOST" "$PORT"
 # The peers are told to be quiet.
 exec "$BREVANT_HOST" run "$OUT/board" retrieve >"$OUT/log"

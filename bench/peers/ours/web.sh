@@ -10,14 +10,13 @@ if [ -z "${POP3_PORT-}" ]; then
 fi
 if [ "$PHASE" = full ]; then
   make_board "$board"
-  set_setting "$board" 'Local Directory' "$OUT/"
-  set_setting "$board" 'POP3 Server' 127.0.0.1
-  set_setting "$board" 'POP3 Port' "$POP3_PORT"
+  sed -i "s|^Local Directory=.*|Local Directory=$OUT/\r|" "$board/brevant.ini"
+  set_mailbox "$board" 127.0.0.1 "$POP3_PORT"
 else
   # Only here the server is elsewhere each time. A board whose settings changed writes pages anew, so
   # the file keeps its time.
   cp -p "$board/brevant.ini" "$STORE/before"
-  set_setting "$board" 'POP3 Port' "$POP3_PORT"
+  set_mailbox "$board" 127.0.0.1 "$POP3_PORT"
   touch -r "$STORE/before" "$board/brevant.ini"
 fi
 exec "$BREVANT_HOST" run "$board" retrieve html >"$STORE/log"
