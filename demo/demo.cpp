@@ -64,6 +64,11 @@ void MakeBoard(const std::string& board, const test::Pop3Server& server) {
   RunHost("forum create " + board +
           " 'General Talk' --description 'Everything that grows' --maximum 100");
   RunHost("forum create " + board + " 'Seed Swap' --description 'Give some, take some'");
+  RunHost("links create " + board + " 'Good Sites' --description 'Where we look things up'");
+  RunHost("question create " + board +
+          " 'What do you do with slugs' --answer 'Collect them by hand' --answer 'Beer traps'"
+          " --answer 'Copper tape' --answer 'Nothing, hedgehogs do it'");
+  RunHost("question create " + board + " 'Should we meet on Sundays' --answer Yes --answer No");
   Print("\n--- Its mailbox ---");
   RunHost("config " + board + " set 'POP3 Server' 127.0.0.1");
   RunHost("config " + board + " set 'POP3 Port' " + std::to_string(server.Port()));
@@ -74,9 +79,13 @@ void MakeBoard(const std::string& board, const test::Pop3Server& server) {
 
 void ShowResults(const fs::path& board, const test::Pop3Server& server) {
   Print("\n--- What came of it ---");
-  RunHost("forum show " + Quoted(board.string()) + " 'General Talk'");
+  const std::string name = Quoted(board.string());
+  RunHost("forum show " + name + " 'General Talk'");
+  RunHost("links show " + name + " 'Good Sites'");
+  RunHost("question show " + name + " 'What do you do with slugs'");
   const std::vector<std::string> left = server.Messages();
-  Print("\nLeft in the mailbox, since they name no forum: " + std::to_string(left.size()));
+  Print("\nLeft in the mailbox, since they name nothing of the board: " +
+        std::to_string(left.size()));
   for (const std::string& message : left) Print("  " + HeaderLine(message, "Subject"));
   Print("\nPages:");
   for (const fs::path& page : Files(board / "Site", ".htm")) Print("  " + page.string());
