@@ -31,7 +31,8 @@ std::string AnswerDetails(const TMail& answer, TForum& question) {
   const LONG total = question.Number("Total Vote Count");
   std::string details = std::to_string(votes) + (votes == 1 ? " vote" : " votes");
   if (total > 0) {
-    details += ", " + std::to_string(static_cast<long long>(votes) * 100 / total) + "%";
+    const long long percent = (static_cast<long long>(votes) * 200 + total) / (2LL * total);
+    details += ", " + std::to_string(percent) + "%";
   }
   return details;
 }
