@@ -116,7 +116,7 @@ function keyboard(run) {
   return everywhere(run, [{ width: PHONE }, { width: DESKTOP }], async (tab) => {
     const wanted = await tab.evaluate(() => {
       const groups = new Set();
-      return [...document.querySelectorAll('a[href], button, input, select, textarea')]
+      return [...document.querySelectorAll('a[href], button, input, select, textarea, [tabindex="0"]')]
         .filter((element) => element.checkVisibility({ visibilityProperty: true }))
         .filter((element) => {
           // The radio buttons of one name are one stop.
