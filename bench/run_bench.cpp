@@ -5,6 +5,7 @@
 #include <brevant/brevant.h>
 
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -73,6 +74,14 @@ class Board {
     setup_->Number("POP3 Port", server.Port());
     Run("MAIL RETRIEVAL");
   }
+  // Makes everything hours old, so that only what happens from now on counts as a change.
+  void Age() const {
+    const auto past = fs::file_time_type::clock::now() - std::chrono::hours(2);
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory_.Path())) {
+      const bool page = entry.path().parent_path().filename() == "Site";
+      if (entry.is_regular_file() && !page) fs::last_write_time(entry.path(), past);
+    }
+  }
   std::vector<std::string> Pages() const {
     std::vector<std::string> pages;
     for (const fs::directory_entry& entry : fs::directory_iterator(directory_ / "Site")) {
@@ -110,6 +119,29 @@ void RetrieveMails(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * count);
   state.SetBytesProcessed(state.iterations() * count * static_cast<long>(mails[0].size()));
+}
+
+// A thousand mails into a forum that holds so many: the rate should not fall.
+void RetrieveIntoForumOf(benchmark::State& state) {
+  constexpr int kCount = 1000;
+  const std::vector<std::string> mails = Mails(kCount);
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto board = std::make_unique<Board>();
+    for (long held = 0; held < state.range(0); held += kCount) {
+      const test::Pop3Server server(mails);
+      board->Retrieve(server);
+    }
+    auto server = std::make_unique<test::Pop3Server>(mails);
+    state.ResumeTiming();
+    board->Retrieve(*server);
+    state.PauseTiming();
+    Check(server->Messages().empty(), "mail was left");
+    board.reset();
+    server.reset();
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * kCount);
 }
 
 // As many bytes over loopback with nothing done to them.
@@ -162,6 +194,29 @@ void GenerateSite(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<long>(pages));
 }
 
+// Another run over a finished site: nothing changed, or one message came.
+void GenerateSiteAgain(benchmark::State& state) {
+  const int count = static_cast<int>(state.range(0));
+  const bool changed = state.range(1) != 0;
+  Board board;
+  {
+    const test::Pop3Server server(Mails(count));
+    board.Retrieve(server);
+  }
+  board.Age();
+  board.Run("HTML");
+  for (auto _ : state) {
+    if (changed) {
+      state.PauseTiming();
+      const test::Pop3Server server(Mails(1));
+      board.Retrieve(server);
+      state.ResumeTiming();
+    }
+    board.Run("HTML");
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
 // The same pages written as they are, each through a temporary name.
 void FloorWritePages(benchmark::State& state) {
   std::vector<std::string> pages;
@@ -187,7 +242,21 @@ void FloorWritePages(benchmark::State& state) {
 
 BENCHMARK(RetrieveMails)->Arg(500)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(FloorReceive)->Arg(500)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(RetrieveIntoForumOf)
+    ->Arg(0)
+    ->Arg(9000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly();
 BENCHMARK(GenerateSite)->Arg(500)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(FloorWritePages)->Arg(500)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(GenerateSiteAgain)
+    ->ArgNames({"pages", "changed"})
+    ->Args({500, 0})
+    ->Args({500, 1})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace
