@@ -91,12 +91,12 @@ TEST_F(Preloaded, TheSyncFails) {
 
 TEST_F(Preloaded, AShortWriteIsCarriedOn) {
   EXPECT_EQ(Run("if=/dev/zero count=1 of=" + file_, Fault::kShort, 2).exitCode, 0);
-  EXPECT_EQ(Kinds(), "create file;write file 0+500;write file 500+500;sync file;");
+  EXPECT_EQ(Kinds(), "create file;write file 0+512;write file 512+488;sync file;");
 }
 
 TEST_F(Preloaded, AShortWriteMayBeTheLast) {
   EXPECT_EQ(Run("if=/dev/zero count=1 of=" + file_, Fault::kShortThenFull, 2).exitCode, 1);
-  EXPECT_EQ(Kinds(), "create file;write file 0+500;sync file;");
+  EXPECT_EQ(Kinds(), "create file;write file 0+512;sync file;");
 }
 
 TEST_F(Preloaded, WithoutRoomForGoodOnlyWhatNeedsNoneSucceeds) {

@@ -1,19 +1,15 @@
 // Random workloads on forums, ended and hindered at every call.
 #include "forum_sweep.h"
 
+#include "environment.h"
+
 #include <chrono>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <iostream>
 
 namespace {
 
-unsigned FromEnvironment(const char* name, unsigned otherwise) {
-  const char* value = std::getenv(name);
-  return value == nullptr || *value == '\0'
-             ? otherwise
-             : static_cast<unsigned>(std::strtoul(value, nullptr, 10));
-}
+using faults::FromEnvironment;
 
 // BREVANT_SWEEP_SEED is the first seed, BREVANT_SWEEP_COUNT the number of workloads;
 // BREVANT_SWEEP_THOROUGH=1 tries every kind of failure at every call.
@@ -37,8 +33,7 @@ TEST(ForumSweep, EveryEndLeavesTheOldOrTheNewState) {
             << counts.failures << " failing calls; " << counts.opened << " disks opened in "
             << took.count() << " s\n[          ] on " << counts.finished
             << " of them a commit that had not returned was there; " << counts.refused
-            << " failing calls were reported, after " << counts.doubtful
-            << " of these the new state was there\n";
+            << " runs ended early, " << counts.doubtful << " commits were refused and yet there\n";
 }
 
 }  // namespace

@@ -84,6 +84,11 @@ void DovecotServer::WriteMailbox(const std::vector<std::string>& mails) {
   if (owned.exitCode != 0) throw std::runtime_error("chown: " + owned.output);
 }
 
+void DovecotServer::Refill(const std::vector<std::string>& mails) {
+  fs::remove_all(directory_ / "home/Maildir");
+  WriteMailbox(mails);
+}
+
 void DovecotServer::WriteConfiguration() {
   fs::create_directory(directory_ / "run");
   fs::create_directory(directory_ / "state");

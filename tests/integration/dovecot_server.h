@@ -25,6 +25,8 @@ class DovecotServer {
   static std::string Hindrance();
 
   WORD Port() const { return port_; }
+  // Empties the mailbox and fills it with these. No client may be connected.
+  void Refill(const std::vector<std::string>& mails);
   // The mails that are left, in no particular order.
   std::vector<std::string> Left() const;
 

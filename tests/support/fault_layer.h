@@ -23,7 +23,7 @@ enum class Fault {
   kKill,           // the process dies by SIGKILL right after the call
   kFull,           // the call fails: no room
   kBroken,         // the call fails: input/output error
-  kShort,          // a write takes half of its bytes, other calls fail as kBroken
+  kShort,          // a write takes about half of its sectors; other calls fail as kBroken
   kShortThenFull,  // as kShort, and the next write fails: no room
 };
 
@@ -35,6 +35,9 @@ struct FaultPlan {
   // With kFull: from that call on there is no room for anything new, for as long as the plan holds.
   // Only calls that need room fail: making files and directories, lengthening files.
   bool forGood = false;
+  // fsync and fdatasync of any file do nothing but be traced: for tests of what a killed process
+  // leaves, or that rebuild the disk from the trace, and should not wait for the real one.
+  bool skipSyncs = false;
 };
 
 class FaultLayer {
@@ -49,8 +52,7 @@ class FaultLayer {
   static std::size_t TraceLength();
   // Ends it all and gives the trace.
   static std::vector<FileOperation> Stop();
-  // While set, fsync and fdatasync of any file do nothing but be traced: for tests that rebuild
-  // the disk from the trace anyway and should not wait for the real one.
+  // As the plan's skipSyncs, also while nothing is watched.
   static void SkipSyncs(bool skip);
 };
 

@@ -46,6 +46,7 @@ std::string Serialize(const FileOperation& operation) {
   Put(bytes, static_cast<std::uint64_t>(operation.kind));
   Put(bytes, operation.file);
   Put(bytes, operation.offset);
+  Put(bytes, operation.call);
   Put(bytes, operation.path);
   Put(bytes, operation.target);
   Put(bytes, operation.data);
@@ -57,7 +58,7 @@ std::vector<FileOperation> ParseOperations(const std::string& bytes) {
   Reader reader(bytes);
   std::uint64_t kind = 0;
   FileOperation next;
-  while (reader.Number(&kind) && reader.Number(&next.file) && reader.Number(&next.offset) &&
+  while (reader.Number(&kind) && reader.Number(&next.file) && reader.Number(&next.offset) && reader.Number(&next.call) &&
          reader.Text(&next.path) && reader.Text(&next.target) && reader.Text(&next.data)) {
     next.kind = static_cast<OperationKind>(kind);
     operations.push_back(next);

@@ -29,6 +29,8 @@ struct FileOperation {
   std::string target;
   std::uint64_t offset = 0;
   std::string data;
+  // Its number among the watched calls, from 1; those that failed count too.
+  std::uint64_t call = 0;
 };
 
 // As bytes, for a trace that a process leaves behind. A trace that was cut off in the middle of an

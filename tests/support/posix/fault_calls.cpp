@@ -71,6 +71,17 @@ mode_t NewMode(int flags, va_list rest) {
   return (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
 }
 
+// What a short write takes: about half, up to the boundary of a sector, as a full disk does. 0
+// where there is no such boundary.
+std::size_t ShortCount(off_t offset, std::size_t count) {
+  constexpr off_t kSector = 512;
+  const off_t half = (offset + static_cast<off_t>(count + 1) / 2) / kSector * kSector;
+  const off_t first = (offset / kSector + 1) * kSector;
+  const off_t boundary = half > offset ? half : first;
+  return boundary < offset + static_cast<off_t>(count) ? static_cast<std::size_t>(boundary - offset)
+                                                       : 0;
+}
+
 // at < 0: at the descriptor's own position.
 ssize_t Write(int descriptor, const char* bytes, std::size_t count, off_t at) {
   const auto perform = [&](std::size_t amount) -> ssize_t {
@@ -88,7 +99,9 @@ ssize_t Write(int descriptor, const char* bytes, std::size_t count, off_t at) {
   const bool grows = offset + static_cast<off_t>(count) > facts.st_size;
   const FaultState::Verdict verdict = state.Next(OperationKind::kWrite, grows);
   if (verdict.error != 0) return Fail(verdict.error);
-  const ssize_t done = perform(verdict.shortened ? (count + 1) / 2 : count);
+  const std::size_t amount = verdict.shortened ? ShortCount(offset, count) : count;
+  if (verdict.shortened && amount == 0) return Fail(state.ForgoShort());
+  const ssize_t done = perform(amount);
   if (done > 0) {
     FileOperation operation =
         Operation(OperationKind::kWrite, *path, facts.st_ino, static_cast<std::uint64_t>(offset));

@@ -28,6 +28,7 @@ __attribute__((constructor)) void StartFromEnvironment() {
       static_cast<test::Fault>(std::strtol(Variable("BREVANT_FAULTS_KIND").c_str(), nullptr, 10));
   plan.at = std::strtoull(Variable("BREVANT_FAULTS_AT").c_str(), nullptr, 10);
   plan.forGood = Variable("BREVANT_FAULTS_FOR_GOOD") == "1";
+  plan.skipSyncs = Variable("BREVANT_FAULTS_SKIP_SYNCS") == "1";
   const int trace = OpenOutput("BREVANT_FAULTS_TRACE", O_APPEND);
   const int calls = OpenOutput("BREVANT_FAULTS_CALLS", 0);
   test::FaultState::Instance().Start(plan, trace, calls);

@@ -19,6 +19,7 @@ void FaultState::Start(const FaultPlan& plan, int traceDescriptor, int callsDesc
   const std::lock_guard<std::mutex> guard(mutex_);
   plan_ = plan;
   while (plan_.directory.size() > 1 && plan_.directory.back() == '/') plan_.directory.pop_back();
+  if (plan.skipSyncs) skipSyncs_ = true;
   calls_ = 0;
   struck_ = nextWriteFails_ = false;
   trace_.clear();
@@ -114,12 +115,19 @@ FaultState::Verdict FaultState::Next(OperationKind kind, bool needsRoom) {
 }
 
 void FaultState::Record(FileOperation operation) {
+  operation.call = calls_;
   if (traceDescriptor_ < 0) {
     trace_.push_back(std::move(operation));
     return;
   }
   const std::string bytes = Serialize(operation);
   ::syscall(SYS_write, traceDescriptor_, bytes.data(), bytes.size());
+}
+
+int FaultState::ForgoShort() {
+  const bool full = nextWriteFails_;
+  nextWriteFails_ = false;
+  return full ? ENOSPC : EIO;
 }
 
 void FaultState::Finish(const Verdict& verdict) {

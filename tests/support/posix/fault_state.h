@@ -40,9 +40,11 @@ class FaultState {
   // Absolute and normal, without asking the disk; directory as openat has it.
   static std::string Absolute(int directory, const char* path);
 
-  // The next three with Mutex held. Counts a call; needsRoom: it makes something new.
+  // The next four with Mutex held. Counts a call; needsRoom: it makes something new.
   Verdict Next(OperationKind kind, bool needsRoom);
   void Record(FileOperation operation);
+  // A write that cannot be short fails at once: the error.
+  int ForgoShort();
   // Ends the process when the verdict says so.
   static void Finish(const Verdict& verdict);
 
