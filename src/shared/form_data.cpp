@@ -9,6 +9,11 @@ namespace brevant {
 
 namespace {
 
+// A text beyond this is no form's.
+constexpr std::size_t kMostLines = 10000;
+// More lines than the longest name and value of a record fill.
+constexpr std::size_t kMostWraps = 4;
+
 // The value of a hexadecimal digit, or -1.
 int HexDigit(char c) {
   if (IsDigitAscii(c)) return c - '0';
@@ -46,6 +51,32 @@ std::string WithoutZeros(std::string_view text) {
   return plain;
 }
 
+// Without the blanks around each.
+std::vector<std::string_view> Lines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  while (!text.empty() && lines.size() < kMostLines) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    lines.push_back(WithoutBlanksAround(text.substr(0, end)));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return lines;
+}
+
+void AddPlainField(std::string_view line, std::vector<TFormField>& fields) {
+  const std::size_t equals = line.find('=');
+  if (equals == std::string_view::npos) return;
+  fields.push_back({WithoutZeros(WithoutBlanksAround(line.substr(0, equals))),
+                    WithoutZeros(WithoutBlanksAround(line.substr(equals + 1)))});
+}
+
+// Whether a mail program may have broken one line into these two: the first word of the second one
+// had no room in the first.
+bool MayBeWrapped(std::string_view first, std::string_view second) {
+  constexpr std::size_t kNarrowest = 60;
+  const std::size_t word = std::min(second.find(' '), second.size());
+  return !first.empty() && !second.empty() && first.size() + 1 + word > kNarrowest;
+}
+
 }  // namespace
 
 std::vector<TFormField> ParseUrlEncoded(std::string_view text) {
@@ -66,18 +97,21 @@ std::vector<TFormField> ParseUrlEncoded(std::string_view text) {
 }
 
 std::vector<TFormField> ParsePlainForm(std::string_view text) {
+  const std::vector<std::string_view> lines = Lines(text);
   std::vector<TFormField> fields;
-  while (!text.empty() && fields.size() < kMostFormFields) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = WithoutBlanksAround(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) continue;
-    fields.push_back({WithoutZeros(WithoutBlanksAround(line.substr(0, equals))),
-                      WithoutZeros(WithoutBlanksAround(line.substr(equals + 1)))});
+  for (std::size_t i = 0; i < lines.size() && fields.size() < kMostFormFields; ++i) {
+    std::string line(lines[i]);
+    AddPlainField(line, fields);
     // Nothing but a blank tells text from an encoded line.
-    if (std::any_of(line.begin(), line.end(), IsSpaceAscii)) continue;
-    for (TFormField& field : ParseUrlEncoded(line)) fields.push_back(std::move(field));
+    if (std::none_of(line.begin(), line.end(), IsSpaceAscii)) {
+      for (TFormField& field : ParseUrlEncoded(line)) fields.push_back(std::move(field));
+    }
+    for (std::size_t next = i + 1; next <= i + kMostWraps && next < lines.size() &&
+                                   MayBeWrapped(lines[next - 1], lines[next]);
+         ++next) {
+      line.append(" ").append(lines[next]);
+      AddPlainField(line, fields);
+    }
   }
   if (fields.size() > kMostFormFields) fields.resize(kMostFormFields);
   return fields;

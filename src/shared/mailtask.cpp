@@ -141,6 +141,8 @@ int TMailRetrievalTask::ExecuteRun() {
 }
 
 bool TMailRetrievalTask::LogOn(const std::string& server) {
+  // An abort ends waits only, and a server nearby may answer without one.
+  if (Aborted()) return false;
   if (setup_->Integer("Standard POP3 Mode") != 0) {
     client_.Status() |= kStatusStandardMode;
   } else {

@@ -6,6 +6,7 @@
 #include "store/records.h"
 #include "text/charset.h"
 #include "text/encoded_words.h"
+#include "text/plain_text.h"
 
 #include <algorithm>
 
@@ -88,16 +89,14 @@ TReadResult TMessageReader::ReadForm(std::vector<TFormField>& fields) {
   fields.clear();
   TReadResult result = OpenMessage();
   if (result != TReadResult::kRead) return result;
-  std::string text;
-  std::string textCharset;
+  TTypedForm plain;
+  TTypedForm html;
   result = WalkParts([&] {
     const TPartKind kind = PartKind();
     if (kind == TPartKind::kForm) {
       ReadFormPart();
-    } else if (kind == TPartKind::kPlain) {
-      if (textCharset.empty()) textCharset = Text(client_.PartCharset());
-      if (!text.empty()) text += '\n';
-      ReceiveUpTo(kLargestForm, text);
+    } else if (kind == TPartKind::kPlain || kind == TPartKind::kHtml) {
+      ReadTypedPart(kind == TPartKind::kPlain ? plain : html);
     } else {
       client_.SkipCurrentPart();
     }
@@ -105,10 +104,31 @@ TReadResult TMessageReader::ReadForm(std::vector<TFormField>& fields) {
   });
   if (result != TReadResult::kRead) return result;
   fields = FormFields();
-  std::vector<TFormField> typed = ParsePlainForm(text);
-  if (decodeText_) DecodeForm(typed, textCharset);
+  // Mail programs that send HTML send the same as plain text, most of them.
+  std::vector<TFormField> typed = TypedFields(plain);
+  if (plain.text.empty()) typed = TypedFields(HtmlForm(html, decodeText_));
   fields.insert(fields.end(), typed.begin(), typed.end());
   return result;
+}
+
+void TMessageReader::ReadTypedPart(TTypedForm& form) {
+  if (form.charset.empty()) form.charset = Text(client_.PartCharset());
+  if (!form.text.empty()) form.text += '\n';
+  ReceiveUpTo(kLargestForm, form.text);
+}
+
+std::vector<TFormField> TMessageReader::TypedFields(const TTypedForm& form) const {
+  std::vector<TFormField> fields = ParsePlainForm(form.text);
+  if (decodeText_) DecodeForm(fields, form.charset);
+  return fields;
+}
+
+// The form as it reads in HTML.
+TMessageReader::TTypedForm TMessageReader::HtmlForm(const TTypedForm& html, bool decodeText) {
+  if (!decodeText) return {HtmlToPlainText(html.text), html.charset};
+  TPlainTextRules rules;
+  rules.isUtf8 = true;
+  return {HtmlToPlainText(DecodeText(html.text, html.charset), rules), "utf-8"};
 }
 
 void TMessageReader::RemoveFiles() {

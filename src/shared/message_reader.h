@@ -41,8 +41,8 @@ class TMessageReader {
   // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
   TReadResult Read(TMail& mail, bool attachmentsAllowed);
   // Opens the client's current message, reads it to its end and gives the fields of every form in
-  // it, in their order: of form parts and files, and of plain text that is a form's. With
-  // decodeText they are UTF-8.
+  // it, in their order: of form parts and files, and of text that is a form's (of HTML where there
+  // is no plain text). With decodeText they are UTF-8.
   TReadResult ReadForm(std::vector<TFormField>& fields);
 
   // Hands over the files that the last message left in the local directory, by their paths: they
@@ -53,6 +53,11 @@ class TMessageReader {
 
  private:
   enum class TPartKind { kSkipped, kHtml, kPlain, kForm, kFile };
+  // A form that stands in the text of a mail.
+  struct TTypedForm {
+    std::string text;
+    std::string charset;
+  };
 
   TReadResult OpenMessage();
   template <typename TTake>
@@ -64,6 +69,9 @@ class TMessageReader {
   void ReadTextPart(TMessageText& text, bool html);
   void ReceiveUpTo(std::size_t limit, std::string& text);
   void ReadFormPart();
+  void ReadTypedPart(TTypedForm& form);
+  std::vector<TFormField> TypedFields(const TTypedForm& form) const;
+  static TTypedForm HtmlForm(const TTypedForm& html, bool decodeText);
   void ReadFilePart(TMail& mail);
   bool ReceiveFile(TNewFile& file);
   bool ReceiveImage(TNewFile& file, std::string_view extension);

@@ -21,6 +21,7 @@ using TFate = ExpectedMail::TFate;
 
 constexpr int kRounds = 9;
 constexpr const char* kForum = "General Talk";
+constexpr const char* kQuestion = "Best colour";
 
 std::vector<std::string> history;
 
@@ -33,6 +34,9 @@ class Dovecot : public ::testing::Test {
     ASSERT_FALSE(brevant::TaskTable().empty());
     for (const std::string& part : {data_, site_}) fs::create_directory(part);
     fs::copy(BREVANT_TEMPLATES, templates_, fs::copy_options::recursive);
+    for (const char* piece : {"radio.htf", "combobox.htf", "graph.htf"}) {
+      fs::copy(templates_ + piece, directory_ / piece);
+    }
     SetProgramDirectory(directory_.Path().c_str());
     setup_ = OpenSetup("settings.ini");
     state_ = OpenPersistentState("state.ini");
@@ -51,7 +55,11 @@ class Dovecot : public ::testing::Test {
         {"HTML Template Directory", templates_},
         {"Allow attachment - forum", "1"},
         {"HTML File - Forum list", "index"},
-        {"HTML File - Message list", "messages"}};
+        {"HTML File - Message list", "messages"},
+        {"HTML File - Resource list", "links"},
+        {"HTML File - Question list", "questions"},
+        {"HTML File - Answer list", "answers"},
+        {"Save Voter Address", "1"}};
     for (const auto& [key, value] : settings) setup_->String(key, value.c_str());
   }
 
@@ -64,7 +72,7 @@ class Dovecot : public ::testing::Test {
     SetProgramDirectory(nullptr);
   }
 
-  void MakeForum(const std::vector<ExpectedMail>& mails) {
+  void MakeBoard(const std::vector<ExpectedMail>& mails) {
     TForum* forum = CreateForum(kForum, data_.c_str());
     ASSERT_NE(forum, nullptr);
     forum->Number("Max Message Count", 100000);
@@ -73,6 +81,20 @@ class Dovecot : public ::testing::Test {
       AddMailingList(("old" + std::to_string(n) + "@example.org").c_str(), "Old", forum);
     }
     CloseForum(forum);
+    TLinkList links;
+    ASSERT_NE(links.Open("Good Links", data_.c_str(), 2, 4096, 16), 0);
+    links.Number("Max Message Count", 100000);
+    TContributor articles;
+    ASSERT_NE(articles.Open("Articles", data_.c_str(), 2, 4096, 16), 0);
+    articles.Number("Max Message Count", 100000);
+    TSurveyQuestion* question = CreateSurveyQuestion(kQuestion, data_.c_str());
+    for (const char* text : {"Red", "Deep blue"}) {
+      TMail* answer = OpenAnswer(0, nullptr);
+      answer->String("SUBJECT", text);
+      EXPECT_NE(InsertAnswer(answer, question), 0u);
+      CloseAnswer(answer);
+    }
+    CloseSurveyQuestion(question);
   }
 
   static int RunTask(const char* name) {
@@ -84,7 +106,7 @@ class Dovecot : public ::testing::Test {
   }
 
   void Retrieve(const std::vector<ExpectedMail>& mails, bool standard) {
-    MakeForum(mails);
+    MakeBoard(mails);
     std::vector<std::string> texts;
     for (const ExpectedMail& mail : mails) texts.push_back(mail.text);
     server_ = std::make_unique<test::DovecotServer>(texts);
@@ -104,7 +126,7 @@ class Dovecot : public ::testing::Test {
     std::size_t next = 0;
     for (std::size_t n = 1; n <= mails.size(); ++n) {
       const ExpectedMail& mail = mails[n - 1];
-      if (mail.fate != TFate::kFiled) continue;
+      if (mail.fate != TFate::kFiled || !mail.list.empty()) continue;
       SCOPED_TRACE("mail " + std::to_string(n) + ":\n" + mail.text.substr(0, 700));
       ASSERT_LT(next, items.size());
       CheckItem(mail, items[next++]);
@@ -133,6 +155,53 @@ class Dovecot : public ::testing::Test {
         EXPECT_EQ(shown, mail.files[i].first);
       }
     }
+  }
+
+  template <typename List>
+  void CheckLinks(const std::vector<ExpectedMail>& mails, const std::string& tagName,
+                  const std::string& name) {
+    const std::vector<test::Item> links = test::ItemsOf<List>(name, data_);
+    std::size_t next = 0;
+    for (const ExpectedMail& mail : mails) {
+      if (mail.list != tagName) continue;
+      SCOPED_TRACE(mail.text);
+      ASSERT_LT(next, links.size());
+      const test::Item& link = links[next++];
+      EXPECT_EQ(link.subject, mail.subject);
+      EXPECT_EQ(link.linkAddress, mail.address);
+      EXPECT_EQ(link.size, mail.size);
+      EXPECT_NE(link.content.find(mail.marker), std::string::npos);
+    }
+    EXPECT_EQ(next, links.size());
+    EXPECT_GT(next, 0u);
+  }
+
+  void CheckVotes(const std::vector<ExpectedMail>& mails) {
+    TSurveyQuestion question;
+    ASSERT_NE(question.Open(kQuestion, data_.c_str(), 2, 0, 16), 0);
+    LONG total = 0;
+    for (const test::Item& answer : test::ItemsOf(question)) {
+      const LONG expected = static_cast<LONG>(std::count_if(
+          mails.begin(), mails.end(),
+          [&answer](const ExpectedMail& mail) { return mail.vote == answer.subject; }));
+      EXPECT_EQ(answer.votes, expected) << answer.subject;
+      EXPECT_GT(expected, 0);
+      total += expected;
+    }
+    EXPECT_EQ(question.Number("Total Vote Count"), total);
+    ASSERT_NE(question.OpenList("Voter E-mail", 128), 0);
+    LONG voters = 0;
+    char key[128];
+    char value[128];
+    while (question.ReadNextListItem(key, sizeof key, value, sizeof value) == 1) ++voters;
+    question.CloseList();
+    EXPECT_EQ(voters, total);
+  }
+
+  void CheckLists(const std::vector<ExpectedMail>& mails) {
+    CheckLinks<TLinkList>(mails, "Good_Links", "Good Links");
+    CheckLinks<TContributor>(mails, "Articles", "Articles");
+    CheckVotes(mails);
   }
 
   void CheckMailingList(const std::vector<ExpectedMail>& mails) {
@@ -196,6 +265,7 @@ TEST_F(Dovecot, TodaysMailInStandardMode) {
   ASSERT_GE(mails.size(), 200u);
   Retrieve(mails, true);
   CheckFiled(mails);
+  CheckLists(mails);
   CheckMailingList(mails);
   CheckLeft(mails);
   CheckPages(mails);
@@ -205,9 +275,60 @@ TEST_F(Dovecot, MailThatFitsThePlainRules) {
   const std::vector<ExpectedMail> mails = test::PlainMail(kRounds);
   Retrieve(mails, false);
   CheckFiled(mails);
+  CheckLists(mails);
   CheckMailingList(mails);
   CheckLeft(mails);
   CheckPages(mails);
+}
+
+// One text in every character set, as header and as body, is one text on the pages.
+TEST_F(Dovecot, TextsOfEveryCharacterSetReachThePagesWhereTheyAreDecoded) {
+  struct TRow {
+    const char* charset;
+    const char* encodedSubject;
+    const char* body;
+  };
+  const TRow rows[] = {
+      {"utf-8", "=?utf-8?Q?Gr=C3=BC=C3?= =?utf-8?Q?=9Fe?=", "Gr=C3=BC=C3=9Fe"},
+      {"windows-1252", "=?windows-1252?Q?Gr=FC=DFe?=", "Gr=FC=DFe"},
+      {"iso-8859-1", "=?iso-8859-1?B?R3L832U=?=", "Gr=FC=DFe"},
+      {"ISO-8859-2", "=?ISO-8859-2?Q?Gr=FC=DFe?=", "Gr=FC=DFe"},
+      {"iso-8859-15", "=?iso-8859-15?Q?Gr=FC=DFe?=", "Gr=FC=DFe"},
+      {"x-nobody-knows", "=?x-nobody-knows?Q?Gr=FC=C3=9Fe?=", "Gr=FC=C3=9Fe"},
+  };
+  std::vector<ExpectedMail> mails;
+  int number = 0;
+  for (const TRow& row : rows) {
+    ExpectedMail mail;
+    mail.subject =
+        "Gr\xC3\xBC\xC3\x9F"
+        "e";
+    const std::string name = "X" + std::to_string(++number) + "X";
+    mail.text =
+        "From: =?utf-8?Q?J=C3=B6rg?= <j@example.org>\nTo: "
+        "=?utf-8?B?W015X0JvYXJkOkdlbmVyYWxfVGFsa10=?= <b@example.org>\nSubject: " +
+        std::string(row.encodedSubject) + "\nContent-Type: text/plain; charset=" + row.charset +
+        "\nContent-Transfer-Encoding: quoted-printable\n\n" + name + row.body + name + "\n";
+    mails.push_back(mail);
+  }
+  setup_->Number("Decode Mail Text", 1);
+  Retrieve(mails, true);
+  const auto items = test::ItemsOf(kForum, data_);
+  ASSERT_EQ(items.size(), std::size(rows));
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    EXPECT_EQ(items[i].subject, mails[i].subject);
+    EXPECT_EQ(items[i].from, "J\xC3\xB6rg <j@example.org>");
+    EXPECT_EQ(items[i].charset, rows[i].charset);
+  }
+  ASSERT_EQ(RunTask("HTML"), 1);
+  std::string all;
+  for (const auto& [name, page] : test::PagesOf(site_)) all += page;
+  for (number = 1; number <= static_cast<int>(std::size(rows)); ++number) {
+    const std::string name = "X" + std::to_string(number) + "X";
+    EXPECT_NE(all.find(name + "Gr&uuml;&szlig;e" + name), std::string::npos)
+        << rows[number - 1].charset;
+  }
+  EXPECT_EQ(all.find("=?"), std::string::npos);
 }
 
 TEST_F(Dovecot, ASecondRunFindsOnlyWhatStayed) {

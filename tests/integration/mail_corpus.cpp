@@ -360,6 +360,99 @@ ExpectedMail PlainFile(const Maker& m) {
   return mail;
 }
 
+// A link, by its subject alone or by a form.
+ExpectedMail LinkMail(const Maker& m, const std::string& list, const std::string& subject,
+                      const std::string& more) {
+  ExpectedMail mail = m.Filed("From: visitor@example.org\nTo: \"[My_Board:" + list +
+                                  "]\" <board@example.org>\nSubject: " + subject + "\n" + more,
+                              "");
+  mail.forum.clear();
+  mail.list = list;
+  mail.exactContent = false;
+  mail.address = "http://www.example.org/" + m.N();
+  return mail;
+}
+
+ExpectedMail Link(const Maker& m) {
+  ExpectedMail mail = LinkMail(
+      m, "Good_Links", m.Subject() + " at http://www.example.org/" + m.N() + " is " + m.N() + "K",
+      "\nAbout the page, " + m.Marker() + "\n\n");
+  mail.size = m.Number();
+  return mail;
+}
+
+ExpectedMail LinkForm(const Maker& m) {
+  return LinkMail(m, "Articles", "posted",
+                  "Content-Type: application/x-www-form-urlencoded\n\nSubject=Subject+number+" +
+                      m.N() + ".&Address=http%3A%2F%2Fwww.example.org%2F" + m.N() +
+                      "&Content=About+it%2C+" + m.Marker() + "\n\n");
+}
+
+ExpectedMail VoteMail(const Maker& m, const std::string& answer, const std::string& more) {
+  ExpectedMail mail = m.Gone("From: voter" + m.N() +
+                             "@example.org\nTo: \"[My:Survey]\" <board@example.org>\n"
+                             "Subject: Vote\nMessage-ID: <" +
+                             m.N() + "@example.org>\n" + more);
+  mail.vote = answer;
+  return mail;
+}
+
+ExpectedMail VoteByForm(const Maker& m) {
+  return VoteMail(m, "Deep blue",
+                  "Content-Type: application/x-www-form-urlencoded\n\n"
+                  "Best+colour=Deep+blue&Submit=Vote\n\n");
+}
+
+ExpectedMail VoteByFile(const Maker& m) {
+  return VoteMail(m, "Red",
+                  "Content-Type: multipart/mixed; boundary=\"v\"\n\n--v\nContent-Type: "
+                  "application/octet-stream\nContent-Transfer-Encoding: base64\n"
+                  "Content-Disposition: attachment; filename=\"POSTDATA.ATT\"\n\n" +
+                      EncodeBase64("Best+colour=Red") + "\n\n--v--\n\n");
+}
+
+ExpectedMail VoteByText(const Maker& m) {
+  return VoteMail(m, "Deep blue", "\nBest colour=Deep blue\nSubmit=Vote\n\n");
+}
+
+ExpectedMail VoteByEncodedLine(const Maker& m) {
+  return VoteMail(m, "Red",
+                  "Content-Type: multipart/alternative; boundary=v\n\n--v\nContent-Type: "
+                  "text/plain; charset=utf-8; format=flowed\n\nBest+colour=Red&Submit=Vote\n"
+                  "--v\nContent-Type: text/html\n\n<p>Best+colour=Red&amp;Submit=Vote</p>\n"
+                  "--v--\n");
+}
+
+ExpectedMail VoteForNothing(const Maker& m) {
+  return m.Gone(
+      "From: a@b\nTo: \"[My:Survey]\" <board@example.org>\nSubject: Vote\n\n"
+      "Best colour=Green\n\n");
+}
+
+// Every type of image, named and nameless, and a file that pages have no link type for.
+ExpectedMail Images(const Maker& m) {
+  ExpectedMail mail = m.Filed(m.Header("Content-Type: multipart/mixed; boundary=\"im\"\n") +
+                                  "\n--im\nContent-Type: text/html; charset=\"us-ascii\"\n\n<p>" +
+                                  m.Marker() + "</p>\n\n",
+                              "", "text/html", "us-ascii");
+  const std::pair<const char*, const char*> images[] = {{"image/gif", "a picture.gif"},
+                                                        {"image/jpeg", "dir/b.JPG"},
+                                                        {"image/png", "/c.png"},
+                                                        {"image/bmp", "d.bmp"}};
+  for (const auto& [type, name] : images) {
+    // Three bytes a group, so that no padding counts as bytes without standard mode.
+    const std::string bytes = (type + Binary(m.Number())).substr(0, 57);
+    mail.text += "--im\nContent-Type: " + std::string(type) +
+                 "\nContent-Transfer-Encoding: base64\nContent-Disposition: attachment; "
+                 "filename=\"" +
+                 name + "\"\n\n" + EncodeBase64(bytes) + "\n\n";
+    mail.files.emplace_back(name, bytes);
+  }
+  mail.text += "--im--\n\n";
+  mail.exactContent = false;
+  return mail;
+}
+
 std::vector<ExpectedMail> Make(const std::vector<Kind>& kinds, int rounds) {
   std::vector<ExpectedMail> mails;
   int number = 1;
@@ -421,16 +514,42 @@ std::vector<ExpectedMail> TodaysMail(int rounds) {
                Program,
                ByMailingList,
                ByCopy,
-               FormatCharacters},
+               FormatCharacters,
+               Link,
+               LinkForm,
+               VoteByForm,
+               VoteByFile,
+               VoteByText,
+               VoteByEncodedLine,
+               VoteForNothing,
+               Images},
               rounds);
 }
 
 std::vector<ExpectedMail> PlainMail(int rounds) {
-  std::vector<ExpectedMail> mails =
-      Make({PlainWithEmptyLastLine, PlainQuotedPrintable, PlainAlternative, PlainFile, Reply,
-            Subscription, Unsubscription, OwnMail, Stray, WrongForum, FoldedWithTabsBehindABlank,
-            Form, ByMailingList, ByCopy, FormatCharacters},
-           rounds);
+  std::vector<ExpectedMail> mails = Make({PlainWithEmptyLastLine,
+                                          PlainQuotedPrintable,
+                                          PlainAlternative,
+                                          PlainFile,
+                                          Reply,
+                                          Subscription,
+                                          Unsubscription,
+                                          OwnMail,
+                                          Stray,
+                                          WrongForum,
+                                          FoldedWithTabsBehindABlank,
+                                          Form,
+                                          ByMailingList,
+                                          ByCopy,
+                                          FormatCharacters,
+                                          Link,
+                                          LinkForm,
+                                          VoteByForm,
+                                          VoteByFile,
+                                          VoteByText,
+                                          VoteForNothing,
+                                          Images},
+                                         rounds);
   // The plain reader takes a message's last empty line for a part of the end mark.
   for (ExpectedMail& mail : mails) {
     if (mail.text.find("boundary=") == std::string::npos && mail.content.ends_with("\r\n\r\n")) {

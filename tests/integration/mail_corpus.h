@@ -21,6 +21,12 @@ struct ExpectedMail {
   std::string charset;
   std::string content;
   unsigned linkId = 0;
+  // Of a link; forum is empty then, list names the list that it goes to.
+  std::string list;
+  std::string address;
+  int size = 0;
+  // The answer of the question "Best colour" that it votes for.
+  std::string vote;
   // File name as the mail gives it, and its bytes.
   std::vector<std::pair<std::string, std::string>> files;
   // The content holds references whose names are chosen when it is filed.

@@ -120,12 +120,12 @@ TEST(AttachmentName, PrefixIsFourBase36Digits) {
   EXPECT_EQ(AttachmentPrefix(36u * 36 * 36 * 36), "0000");
 }
 
-TEST(AttachmentName, ThereAreEnoughHostileNames) { EXPECT_GE(test::HostileNames().size(), 60u); }
+TEST(AttachmentName, ThereAreEnoughHostileNames) { EXPECT_GE(test::kHostileNames.size(), 60u); }
 
 TEST(AttachmentName, HostileNamesBecomeOnePlainComponent) {
   const std::string allowed =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-$()';,+@!^~`[]{}";
-  for (const std::string& name : test::HostileNames()) {
+  for (const std::string& name : test::kHostileNames) {
     SCOPED_TRACE(name.substr(0, 80));
     const std::string safe = SafeFileName(name);
     EXPECT_LE(safe.size(), 60u);
@@ -140,7 +140,7 @@ TEST(AttachmentName, HostileNamesBecomeOnePlainComponent) {
 }
 
 TEST(AttachmentName, MakingANameSafeTwiceChangesNothing) {
-  for (const std::string& name : test::HostileNames()) {
+  for (const std::string& name : test::kHostileNames) {
     const std::string safe = SafeFileName(name);
     EXPECT_EQ(SafeFileName(safe), safe) << name.substr(0, 80);
   }

@@ -93,6 +93,18 @@ TEST(PlainForm, TheFirstEqualsSignDivides) {
   EXPECT_EQ(Joined(ParsePlainForm("a b = c = d")), "[a b|c = d]");
 }
 
+TEST(PlainForm, AMailProgramMayHaveWrappedALine) {
+  EXPECT_EQ(Joined(ParsePlainForm("Which of these gardens do you like most in the summer of \r\n"
+                                  "this year=The one\r\n\r\nAgain=Yes\r\n")),
+            "[Which of these gardens do you like most in the summer of this year|The one]"
+            "[this year|The one]"
+            "[Again|Yes][Again|Yes]");
+}
+
+TEST(PlainForm, ALineThatHadRoomForTheNextWordWasNotWrapped) {
+  EXPECT_EQ(Joined(ParsePlainForm("a b=c d\ne f\n")), "[a b|c d]");
+}
+
 TEST(PlainForm, ThereIsALimit) {
   std::string text;
   for (int i = 0; i < 1000; ++i) text += "a=b\n";

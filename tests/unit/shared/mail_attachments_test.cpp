@@ -53,7 +53,7 @@ class MailAttachments : public test::RetrievalFixture {
         "multipart/mixed; boundary=edge\n\n--edge\nContent-Type: " +
         textType + "\n\nThe text.\n";
     int number = 0;
-    for (const std::string& name : test::HostileNames()) {
+    for (const std::string& name : test::kHostileNames) {
       mail += "--edge\nContent-Type: " + fileType +
               "\nContent-Disposition: attachment; filename*=utf-8''" +
               Encoded(name.substr(0, 300)) + "\n\ncontent " + std::to_string(number++) + "\n";

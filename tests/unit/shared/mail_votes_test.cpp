@@ -110,6 +110,18 @@ TEST_F(MailVotes, TheFormMayBeOneEncodedLineOfTheMailsText) {
   EXPECT_EQ(Votes("Again"), "Yes 0, No 1 of 1");
 }
 
+TEST_F(MailVotes, ALineOfTheTextMayBeWrapped) {
+  const std::string question = "Which of these gardens do you like most in the summer of this year";
+  const std::string answer = "The one behind the house where the old roses and the apples grow";
+  MakeQuestion(question, {"The one", answer});
+  Serve(
+      {Vote("Content-Type: text/plain; format=flowed\n\nWhich of these gardens do you like most "
+            "in the summer of \nthis year=The one behind the house where the old roses and the "
+            "apples \ngrow\n")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes(question), "The one 0, " + answer + " 1 of 1");
+}
+
 TEST_F(MailVotes, AMailProgramMaySendTheTextInTwoForms) {
   Serve(
       {Vote("Content-Type: multipart/alternative; boundary=\"b\"\n\n--b\nContent-Type: "
@@ -117,6 +129,15 @@ TEST_F(MailVotes, AMailProgramMaySendTheTextInTwoForms) {
             "colour=Red</p>\n--b--")});
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Votes(), "Red 1, Deep blue 0 of 1");
+}
+
+TEST_F(MailVotes, AMailProgramMaySendTheTextAsHtmlOnly) {
+  Serve(
+      {Vote("Content-Type: text/html; charset=\"utf-8\"\n\n<html><body><p>Best "
+            "colour=Deep blue<br>Again=Yes</p><p>Sent from a phone</p></body></html>")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes(), "Red 0, Deep blue 1 of 1");
+  EXPECT_EQ(Votes("Again"), "Yes 1, No 0 of 1");
 }
 
 TEST_F(MailVotes, LetterCaseDoesNotCount) {
