@@ -136,7 +136,8 @@ class BREVANT_API TForum {
   // Closes.
   virtual ~TForum();
   // Adds a copy of message as the newest one, first removing the oldest when the forum is full;
-  // gives its index, 0 on failure. The message stays the caller's, and open.
+  // gives its index, 0 on failure (also behind the last number there is). The message stays the
+  // caller's, and open.
   virtual DWORD InsertMessage(TMail& message);
   // The extension of the class's files, with its point.
   virtual const char* Extension() const;
@@ -187,7 +188,7 @@ class BREVANT_API TForum {
   // Opens a message into message, which the caller owns and closes before the forum.
   int OpenMessage(DWORD index, TMail* message);
   // Removes a message; 1 when its element was deleted. First and last index follow the message
-  // list even when there was no such element.
+  // list even when there was no such element; nothing changes when the list cannot be read.
   int RemoveMessage(DWORD index);
   // The neighbours of a message in the message list; all bits set when there is none or the
   // message is not listed.
@@ -318,7 +319,8 @@ BREVANT_API void CloseMessage(TMail* message) BREVANT_EXPORTED_AS(CloseMessage);
 BREVANT_API int RemoveMessage(DWORD index, TForum* forum) BREVANT_EXPORTED_AS(RemoveMessage);
 // Opens the forum's announcement, making an empty one when there is none; CloseMessage frees it.
 BREVANT_API TMail* OpenAnnouncement(TForum* forum) BREVANT_EXPORTED_AS(OpenAnnouncement);
-// Walk the messages of forum, oldest first. Inserting or removing messages ends the walk.
+// Walk the messages of forum, oldest first. A forum has one walk at a time; changing its messages
+// ends it, but for renaming or relinking the message at hand.
 BREVANT_API TMessageSearcher* StartMessageSearch(TForum* forum)
     BREVANT_EXPORTED_AS(StartMessageSearch);
 BREVANT_API TMessageSearchResult FindFirstMessage(TMessageSearcher* searcher)
@@ -346,7 +348,7 @@ BREVANT_API int RemoveMailingList(const char* key, TForum* forum)
 // 1 when there is a list with this key.
 BREVANT_API int FindMailingList(const char* key, TForum* forum)
     BREVANT_EXPORTED_AS(FindMailingList);
-// Walk the lists in the order in which they were added.
+// Walk the lists in the order in which they were added. End the walk before you close the forum.
 BREVANT_API TListItemSearcher* StartMailingListSearch(TForum* forum)
     BREVANT_EXPORTED_AS(StartMailingListSearch);
 BREVANT_API TMailingListSearchResult FindFirstMailingList(TListItemSearcher* searcher)

@@ -83,7 +83,8 @@ BREVANT_API int RenameArticle(TMail* item, TContributor* list, const char* subje
 BREVANT_API void CloseArticle(TMail* item) BREVANT_EXPORTED_AS(CloseArticle);
 // Removes an article, which must not be open.
 BREVANT_API int RemoveArticle(DWORD index, TContributor* list) BREVANT_EXPORTED_AS(RemoveArticle);
-// Walk the articles of list in the list's order. Inserting or removing articles ends the walk.
+// Walk the articles of list in the list's order. A list has one walk at a time; changing its
+// articles ends it, but for renaming the article at hand.
 BREVANT_API TMessageSearcher* StartArticleSearch(TContributor* list)
     BREVANT_EXPORTED_AS(StartArticleSearch);
 BREVANT_API TItemSearchResult FindFirstArticle(TMessageSearcher* searcher)

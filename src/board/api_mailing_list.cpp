@@ -85,12 +85,14 @@ const char* GetMailingListName(const char* key, TForum* forum) {
 }
 
 int AddMailingList(const char* key, const char* name, TForum* forum) {
+  if (key == nullptr || name == nullptr) return 0;
   OpenedList list(forum);
   if (!list.IsOpen()) list.Create();
   return list.IsOpen() ? forum->WriteListItem(key, name, -1) : 0;
 }
 
 int RenameMailingList(const char* key, const char* newName, TForum* forum) {
+  if (key == nullptr || newName == nullptr) return 0;
   OpenedList list(forum);
   // A key that is there keeps its name: only AddMailingList overwrites.
   if (!list.IsOpen() || list.Find(key, nullptr, 0)) return 0;
@@ -98,6 +100,7 @@ int RenameMailingList(const char* key, const char* newName, TForum* forum) {
 }
 
 int RemoveMailingList(const char* key, TForum* forum) {
+  if (key == nullptr) return 0;
   OpenedList list(forum);
   if (!list.IsOpen()) return 0;
   forum->RemoveListItem(key);

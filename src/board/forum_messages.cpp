@@ -79,6 +79,8 @@ DWORD TForum::InsertMessage(TMail& message) {
 }
 
 bool TForum::PlaceMessage(DWORD index, TMail& message) {
+  // What a damaged file counts up to: these numbers mean that there is no message.
+  if (index == 0 || index == kNoMessage) return false;
   {
     TMail element;
     if (!element.Open(storage_, MessageKey(index).Terminated(), kReadWrite, kCreate, kExclusive) ||
@@ -110,6 +112,9 @@ int TForum::OpenMessage(DWORD index, TMail* message) {
 }
 
 int TForum::RemoveMessage(DWORD index) {
+  // Without its list every message would look like the only one, and the forum would begin again at
+  // number 1, in the place of messages that are there.
+  if (Guarded(true, [&] { return LoadedIndex() == nullptr; })) return 0;
   const DWORD previous = GetPrevMessageIndex(index);
   const DWORD next = GetNextMessageIndex(index);
   if (previous == kNoMessage) {

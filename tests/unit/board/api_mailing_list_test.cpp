@@ -96,7 +96,32 @@ TEST_F(MailingLists, NullKeyFails) {
   AddMailingList("a", "Ann", &forum_);
   EXPECT_STREQ(GetMailingListName(nullptr, &forum_), "");
   EXPECT_EQ(AddMailingList(nullptr, "b", &forum_), 0);
+  EXPECT_EQ(RenameMailingList(nullptr, "b", &forum_), 0);
+  EXPECT_EQ(RemoveMailingList(nullptr, &forum_), 0);
   EXPECT_EQ(FindMailingList(nullptr, &forum_), 0);
+}
+
+TEST_F(MailingLists, NullNameFails) {
+  AddMailingList("a", "Ann", &forum_);
+  EXPECT_EQ(AddMailingList("a", nullptr, &forum_), 0);
+  EXPECT_EQ(AddMailingList("b", nullptr, &forum_), 0);
+  EXPECT_EQ(RenameMailingList("b", nullptr, &forum_), 0);
+  EXPECT_STREQ(GetMailingListName("a", &forum_), "Ann");
+  EXPECT_EQ(FindMailingList("b", &forum_), 0);
+}
+
+// As everywhere in a forum's lists.
+TEST_F(MailingLists, KeyThatEndsInAStarMeansTheFirstWithThatPrefix) {
+  for (const char* key : {"bob@a", "ann@a", "ann@b"}) AddMailingList(key, key, &forum_);
+  EXPECT_STREQ(GetMailingListName("ANN*", &forum_), "ann@a");
+  EXPECT_EQ(FindMailingList("c*", &forum_), 0);
+  EXPECT_EQ(RenameMailingList("ann*", "other", &forum_), 0);
+  EXPECT_EQ(RemoveMailingList("ann*", &forum_), 1);
+  EXPECT_EQ(FindMailingList("ann@a", &forum_), 0);
+  EXPECT_EQ(FindMailingList("ann@b", &forum_), 1);
+  EXPECT_EQ(AddMailingList("b*", "Bob", &forum_), 1);
+  EXPECT_EQ(StreamBytes(forum_.Storage(), "MAILING LIST"),
+            RecordBytes("b*", "Bob", 256) + RecordBytes("ann@b", "ann@b", 256));
 }
 
 TEST_F(MailingLists, Search) {

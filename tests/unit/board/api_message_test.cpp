@@ -75,6 +75,27 @@ TEST_F(Messages, RenameOfATemporaryMessageFails) {
   EXPECT_EQ(Rows(forum_).size(), 0U);
 }
 
+// The record is matched by its whole key: a link number that is not the record's adds one.
+TEST_F(Messages, RenameWritesTheRecordOfTheMessagesLinkNumber) {
+  Insert(forum_, "old");
+  TMail* message = OpenMessage(1, &forum_);
+  message->Number("LINK ID", -1);
+  EXPECT_EQ(RenameMessage(message, &forum_, "new"), 1);
+  CloseMessage(message);
+  EXPECT_EQ(Rows(forum_), (std::vector<Row>{{1, 0, "old"}, {1, 4294967295U, "new"}}));
+}
+
+TEST_F(Messages, AnnouncementIsNeitherRenamedNorRelinked) {
+  TMail* announcement = OpenAnnouncement(&forum_);
+  ASSERT_NE(announcement, nullptr);
+  EXPECT_EQ(RenameMessage(announcement, &forum_, "new"), 0);
+  EXPECT_EQ(RelinkMessage(announcement, &forum_, 1), 0);
+  EXPECT_STREQ(announcement->String("SUBJECT"), "");
+  EXPECT_EQ(announcement->Number("LINK ID"), 0);
+  CloseMessage(announcement);
+  EXPECT_EQ(Rows(forum_).size(), 0U);
+}
+
 TEST_F(Messages, RelinkReplacesTheRecordOfTheMessage) {
   Insert(forum_, "a");
   Insert(forum_, "b");
@@ -134,6 +155,20 @@ TEST_F(Messages, SearchGivesAscendingIndices) {
   EXPECT_EQ(result.index, 0U);
   EXPECT_EQ(result.linkId, 0U);
   EXPECT_EQ(FindFirstMessage(searcher).index, 1U) << "begins again";
+  EndMessageSearch(searcher);
+}
+
+TEST_F(Messages, SearchGoesOnWhenTheMessageAtHandIsChanged) {
+  for (const char* subject : {"a", "b", "c"}) Insert(forum_, subject);
+  TMessageSearcher* searcher = StartMessageSearch(&forum_);
+  FindFirstMessage(searcher);
+  ASSERT_EQ(FindNextMessage(searcher).index, 2U);
+  TMail* message = OpenMessage(2, &forum_);
+  EXPECT_EQ(RenameMessage(message, &forum_, "new"), 1);
+  EXPECT_EQ(RelinkMessage(message, &forum_, 1), 1);
+  CloseMessage(message);
+  EXPECT_EQ(FindNextMessage(searcher).index, 3U);
+  EXPECT_EQ(FindNextMessage(searcher).subject, nullptr);
   EndMessageSearch(searcher);
 }
 

@@ -278,6 +278,19 @@ TYPED_TEST(ItemFamilyItems, WalkGivesSubjectAndNumber) {
   TypeParam::kEndItemSearch(searcher);
 }
 
+TYPED_TEST(ItemFamilyItems, WalkGoesOnWhenTheItemAtHandIsRenamed) {
+  for (const char* subject : {"a", "b", "c"}) this->Add(subject);
+  TMessageSearcher* searcher = TypeParam::kStartItemSearch(this->list_);
+  TypeParam::kFindFirstItem(searcher);
+  ASSERT_EQ(TypeParam::kFindNextItem(searcher).index, 2U);
+  TMail* item = TypeParam::kOpenItem(2, this->list_);
+  EXPECT_EQ(TypeParam::kRenameItem(item, this->list_, "new"), 1);
+  TypeParam::kCloseItem(item);
+  EXPECT_EQ(TypeParam::kFindNextItem(searcher).index, 3U);
+  EXPECT_EQ(TypeParam::kFindNextItem(searcher).subject, nullptr);
+  TypeParam::kEndItemSearch(searcher);
+}
+
 TYPED_TEST(ItemFamilyItems, WalkOfAnEmptyListAndOfNone) {
   TMessageSearcher* searcher = TypeParam::kStartItemSearch(this->list_);
   ASSERT_NE(searcher, nullptr);

@@ -45,6 +45,32 @@ TEST_F(NoMemory, ATextThatWasNotCachedHidesNoDefault) {
   EXPECT_STREQ(forum_.String("HTML Filename"), kLong.c_str());
 }
 
+// A message whose neighbours are not known must not set the forum's ends back.
+TEST_F(NoMemory, ARemovalKeepsTheEndsOfTheForum) {
+  int removed = 0;
+  bool failed = true;
+  for (long allowed = 0; failed; ++allowed) {
+    SCOPED_TRACE(allowed);
+    forum_.Close();
+    ASSERT_EQ(Create(), 1);
+    for (const char* subject : {"a", "b", "c"}) Insert(forum_, subject);
+    ASSERT_EQ(forum_.Storage().Commit(), 1);
+    ASSERT_EQ(Reopen(), 1);
+    {
+      const test::FailingMemory memory(allowed);
+      removed = forum_.RemoveMessage(2);
+      failed = memory.HasFailed();
+    }
+    EXPECT_EQ(forum_.Number("First Message Index"), 1);
+    EXPECT_EQ(forum_.Number("Last Message Index"), 3);
+    ASSERT_EQ(Reopen(), 1);
+    EXPECT_EQ(forum_.Number("First Message Index"), 1);
+    EXPECT_EQ(forum_.Number("Last Message Index"), 3);
+  }
+  EXPECT_EQ(removed, 1);
+  EXPECT_EQ(Indices(forum_), (std::vector<DWORD>{1, 3}));
+}
+
 // Whatever is lacking, an item is there once, old or new, and one that was inserted is found.
 TEST_F(NoMemory, ASubjectIsNeverThereTwice) {
   TContributor list;
