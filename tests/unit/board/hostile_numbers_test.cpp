@@ -69,6 +69,21 @@ TYPED_TEST(HostileNumbers, AnItemThatGotANumberIsThere) {
   }
 }
 
+TYPED_TEST(HostileNumbers, AContainerWithoutItsListLosesNoItem) {
+  for (const char* subject : {"a", "b", "c"}) Insert(this->container_, subject);
+  this->container_.Close();
+  {
+    const std::string path = this->directory_ / ("list" + std::string(TypeParam().Extension()));
+    TStorage storage(path.c_str(), kReadWrite, 0, kExclusive);
+    ASSERT_EQ(storage.DeleteElement("MESSAGE LIST"), 1);
+  }
+  EXPECT_EQ(this->Open(0), 0) << "what did open stays so";
+  EXPECT_EQ(this->container_.RemoveMessage(2), 0);
+  EXPECT_EQ(this->BodyOf(2), "body");
+  EXPECT_EQ(this->container_.Number("Last Message Index"), 3);
+  EXPECT_EQ(this->container_.Number("Message Count"), 3);
+}
+
 TEST(HostileRecords, ARecordWithoutNumberIsNotReplaced) {
   const test::TemporaryDirectory directory;
   TContributor list;
