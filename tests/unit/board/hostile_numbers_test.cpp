@@ -51,8 +51,7 @@ TYPED_TEST(HostileNumbers, NoItemHasTheNumberThatMeansNone) {
 TYPED_TEST(HostileNumbers, AnItemThatGotANumberIsThere) {
   for (const char* property :
        {"First Message Index", "Last Message Index", "Message Count", "Max Message Count"}) {
-    for (const char* text :
-         {"-1", "-2", "0", "2", "9", "2147483647", "-2147483648", "99999999999", "no number", ""}) {
+    for (const char* text : {"-1", "0", "2", "2147483647", "-2147483648", "no number"}) {
       SCOPED_TRACE(std::string(property) + " " + text);
       ASSERT_EQ(this->Open(kCreate), 1);
       for (const char* subject : {"a", "b", "c"}) Insert(this->container_, subject);
