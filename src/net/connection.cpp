@@ -110,7 +110,7 @@ std::unique_ptr<TConnection> TConnection::Accept(TDestination* peer) {
 // costs as much: a mailbox of small mails is read in half the time when that is left out.
 int TConnection::ReceiveSoon(char* buffer, int size) {
   static const bool shared = std::thread::hardware_concurrency() == 1;
-  constexpr std::chrono::microseconds kSoon(60);
+  constexpr std::chrono::microseconds kSoon(150);
   const auto start = std::chrono::steady_clock::now();
   int result = transport_->Receive(buffer, size);
   // On a single processor the peer could not work meanwhile.

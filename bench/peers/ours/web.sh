@@ -3,7 +3,7 @@
 # in STORE. Making the board and serving the mails count as ours. Starts itself again beside the server,
 # which then has set POP3_PORT.
 set -e
-. "$(dirname "$0")/board.sh"
+. "${0%/*}/board.sh"
 board=$STORE/board
 if [ -z "${POP3_PORT-}" ]; then
   exec "$PEER_MAILDIR_SERVER" "$MAILDIR" "\"$0\""

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
+#include <mutex>
+#include <string_view>
 
 namespace {
 
@@ -73,10 +76,32 @@ FILETIME Now() {
   return brevant::posix::ToFileTime(now);
 }
 
-// Broken-down local time; the zone is read again, so that a change of TZ is seen.
+// Reads the zone again, so that a change of TZ is seen at once and one of the system's zone within
+// a second: without TZ each look is a call into the file system, and every mail asks for several
+// times.
+void UpdateZone() {
+  constexpr std::size_t kLongest = 64;
+  static std::mutex mutex;
+  static char known[kLongest];
+  static bool isSet = false;
+  static time_t looked = -1;
+  const char* zone = std::getenv("TZ");
+  const std::string_view wanted = zone == nullptr ? std::string_view() : zone;
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::lock_guard<std::mutex> guard(mutex);
+  if (looked == now.tv_sec && isSet == (zone != nullptr) && wanted == known) return;
+  ::tzset();
+  // A longer name is read again each time.
+  isSet = zone != nullptr;
+  looked = wanted.size() < kLongest ? now.tv_sec : -1;
+  known[wanted.copy(known, kLongest - 1)] = '\0';
+}
+
+// Broken-down local time.
 tm LocalParts(time_t seconds) {
   tm parts{};
-  ::tzset();
+  UpdateZone();
   if (::localtime_r(&seconds, &parts) == nullptr) parts = {};
   return parts;
 }
