@@ -247,7 +247,7 @@ std::shared_ptr<Stream> Document::OpenStream(EntryId stream) {
   if (!IsStream(stream)) throw Error(Status::kNotFound);
   if (streams_.size() >= sweepAt_) {
     std::erase_if(streams_, [](const auto& item) { return item.second.expired(); });
-    sweepAt_ = std::max<std::size_t>(1024, 2 * streams_.size());
+    sweepAt_ = std::max(kStreamsKept, 2 * streams_.size());
   }
   std::weak_ptr<Stream>& known = streams_[stream];
   std::shared_ptr<Stream> shared = known.lock();

@@ -117,8 +117,10 @@ class Document {
   std::unique_ptr<Journal> journal_;  // null without a place for one
   std::unique_ptr<Core> core_;
   DirectoryTree tree_;
+  // A closed one keeps its memory while it is known here, and hundreds of documents may be open.
+  static constexpr std::size_t kStreamsKept = 32;
   std::unordered_map<EntryId, std::weak_ptr<Stream>> streams_;
-  std::size_t sweepAt_ = 1024;  // streams_ is rid of closed ones at this size
+  std::size_t sweepAt_ = kStreamsKept;  // streams_ is rid of closed ones at this size
   std::uint64_t generation_ = 0;
   bool readOnly_;
   bool givenUp_ = false;
