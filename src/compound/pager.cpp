@@ -1,6 +1,7 @@
 #include "compound/pager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -10,6 +11,12 @@ namespace {
 constexpr std::size_t kBlockBytes = 4096;
 constexpr std::uint32_t kChunkBlocks = 512;
 constexpr std::size_t kWriteBytes = 256U << 10;  // gathered for one write
+// What all documents of the process may keep before each has to do with little: with hundreds open
+// the limits of single ones would add up to a gigabyte.
+constexpr std::size_t kSharedBytes = 16U << 20;
+constexpr std::size_t kLeastBytes = 128U << 10;
+
+std::atomic<std::size_t> cleanEverywhere{0};
 
 }  // namespace
 
@@ -44,7 +51,7 @@ Pager::Pager(ByteFile& file, unsigned sectorShift, std::uint64_t fileBytes, std:
       dirtyLimit_(limits.dirtyBytes / kBlockBytes),
       spillAt_(dirtyLimit_) {}
 
-Pager::~Pager() = default;
+Pager::~Pager() { cleanEverywhere -= cleanBlocks_; }
 
 Pager::Chunk& Pager::ChunkOf(std::uint32_t block) {
   const std::size_t at = block / kChunkBlocks;
@@ -81,12 +88,19 @@ std::uint8_t* Pager::DataOf(Block& block, std::uint32_t sector) const {
   return block.data + (static_cast<std::size_t>(sector & blockMask_) << shift_);
 }
 
+std::size_t Pager::CleanLimit() const {
+  return cleanEverywhere > kSharedBytes / kBlockBytes
+             ? std::min(cleanLimit_, kLeastBytes / kBlockBytes)
+             : cleanLimit_;
+}
+
 void Pager::LinkClean(Block& block) {
   block.older = newest_;
   block.newer = nullptr;
   (newest_ ? newest_->newer : oldest_) = &block;
   newest_ = &block;
   ++cleanBlocks_;
+  ++cleanEverywhere;
 }
 
 void Pager::UnlinkClean(Block& block) {
@@ -94,6 +108,7 @@ void Pager::UnlinkClean(Block& block) {
   (block.newer ? block.newer->older : newest_) = block.older;
   block.older = block.newer = nullptr;
   --cleanBlocks_;
+  --cleanEverywhere;
 }
 
 // Fills in all sectors of the block that are missing, in one read where nothing of it is there yet.
@@ -226,7 +241,8 @@ void Pager::TrimNow() {
     spillAt_ = dirty_.size() + dirtyLimit_;
   }
   // A block used since it was last looked at gets a second round.
-  for (std::size_t looked = cleanBlocks_ * 2; cleanBlocks_ > cleanLimit_ && looked > 0; --looked) {
+  const std::size_t limit = CleanLimit();
+  for (std::size_t looked = cleanBlocks_ * 2; cleanBlocks_ > limit && looked > 0; --looked) {
     Block& block = *oldest_;
     UnlinkClean(block);
     if (block.used) {

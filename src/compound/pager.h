@@ -59,7 +59,7 @@ class Pager {
 
   // Drops clean sectors beyond the limit and writes fresh ones early when too many wait.
   void Trim() {
-    if (cleanBlocks_ > cleanLimit_ || dirty_.size() > spillAt_) TrimNow();
+    if (cleanBlocks_ > CleanLimit() || dirty_.size() > spillAt_) TrimNow();
   }
 
   bool IsNew() const { return committedSectors_ == 0; }  // nothing was committed yet
@@ -97,6 +97,8 @@ class Pager {
   void LinkClean(Block& block);
   void UnlinkClean(Block& block);
   void TrimNow();
+  // How many clean blocks may stay: few once all documents together hold many.
+  std::size_t CleanLimit() const;
   void VisitDirty(bool freshOnes, const RunVisitor& visitor);
   void WriteFreshOnes();
   void SettleWritten();
