@@ -50,13 +50,15 @@ int SubscribeAddress(TForum& forum, const std::string& address, const std::strin
   return AddMailingList(address.c_str(), name.c_str(), &forum);
 }
 
-void UnsubscribeAddress(TForum& forum, const std::string& address) {
+bool UnsubscribeAddress(TForum& forum, const std::string& address) {
+  bool gone = true;
   for (const TMailingListEntry& entry : MailingListEntries(forum)) {
     // A key that ends in "*" would take other entries along.
-    if (EqualsIgnoreCase(EntryAddress(entry), address) && !entry.key.ends_with('*')) {
-      RemoveMailingList(entry.key.c_str(), &forum);
-    }
+    if (!EqualsIgnoreCase(EntryAddress(entry), address) || entry.key.ends_with('*')) continue;
+    if (RemoveMailingList(entry.key.c_str(), &forum) == 0) gone = false;
   }
+  // A removal that could not be written is not told.
+  return gone && FindMailingList(address.c_str(), &forum) == 0;
 }
 
 }  // namespace brevant

@@ -29,7 +29,7 @@ std::string FitListName(const std::string& name, std::string_view address);
 
 // Adds the address with that name, or gives the address a new name; 1 or 0.
 int SubscribeAddress(TForum& forum, const std::string& address, const std::string& name);
-// Removes every entry that means the address, ignoring letter case.
-void UnsubscribeAddress(TForum& forum, const std::string& address);
+// Removes every entry that means the address, ignoring letter case. False when one is still there.
+bool UnsubscribeAddress(TForum& forum, const std::string& address);
 
 }  // namespace brevant

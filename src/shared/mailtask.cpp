@@ -276,7 +276,7 @@ bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders&
   TraceHere();
   if (TBoardCache::THandle container = run.cache.Open(route.board, route.name)) {
     const bool fits = !run.decodeText || FitListedSubject(*container, mail);
-    saved = listRequest ? ChangeMailingList(run, *container, mail)
+    saved = listRequest ? ChangeMailingList(run, *container, mail, reader.SenderAddress())
                         : fits && container->InsertMessage(mail) != 0;
     if (listRequest || !saved) reader.RemoveFiles();
     // Letting go of the container may commit it; the ledger must know of the message by then.
@@ -297,9 +297,9 @@ bool TMailRetrievalTask::FileMessage(TRun& run, TMail& mail, const TMailHeaders&
 // "Subscribe" or "Unsubscribe": adds the sender to the forum's mailing list or removes the sender.
 // An address that may not stand on a list is reported, and the request is done with. Whether the
 // request needs no other try.
-bool TMailRetrievalTask::ChangeMailingList(TRun& run, TForum& forum, TMail& mail) {
+bool TMailRetrievalTask::ChangeMailingList(TRun& run, TForum& forum, TMail& mail,
+                                           const std::string& address) {
   const bool subscribe = EqualsIgnoreCase(mail.String("SUBJECT"), "Subscribe");
-  const std::string address = mail.String("E-Mail Address");
   if (!brevant::IsListAddress(address)) {
     DisplayHistory(
         subscribe ? "Cannot subscribe \"%s\" to [%s]" : "Cannot unsubscribe \"%s\" from [%s]",
@@ -311,8 +311,7 @@ bool TMailRetrievalTask::ChangeMailingList(TRun& run, TForum& forum, TMail& mail
     if (run.decodeText) name = brevant::FitListName(name, address);
     return brevant::SubscribeAddress(forum, address, name) != 0;
   }
-  brevant::UnsubscribeAddress(forum, address);
-  return true;
+  return brevant::UnsubscribeAddress(forum, address);
 }
 
 bool TMailRetrievalTask::DeleteMessage(TRun& run) {

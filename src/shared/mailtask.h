@@ -42,7 +42,7 @@ class TMailRetrievalTask : public TTask {
                 const brevant::TMailRoute& route);
   bool FileMessage(TRun& run, TMail& mail, const brevant::TMailHeaders& headers,
                    const brevant::TMailRoute& route, brevant::TMessageReader& reader);
-  bool ChangeMailingList(TRun& run, TForum& forum, TMail& mail);
+  bool ChangeMailingList(TRun& run, TForum& forum, TMail& mail, const std::string& address);
   bool CannotKeep(const std::string& container);
   bool DeleteMessage(TRun& run);
   void LogOff(TRun& run);

@@ -125,8 +125,9 @@ std::vector<TFormField> TMessageReader::TypedFields(const TTypedForm& form) cons
 
 // The form as it reads in HTML.
 TMessageReader::TTypedForm TMessageReader::HtmlForm(const TTypedForm& html, bool decodeText) {
-  if (!decodeText) return {HtmlToPlainText(html.text), html.charset};
   TPlainTextRules rules;
+  rules.isForm = true;
+  if (!decodeText) return {HtmlToPlainText(html.text, rules), html.charset};
   rules.isUtf8 = true;
   return {HtmlToPlainText(DecodeText(html.text, html.charset), rules), "utf-8"};
 }
@@ -147,13 +148,14 @@ void TMessageReader::CopyHeaders(TMail& mail) {
   const std::string from = Text(client_.From());
   // The address is that of the header as it came, whatever its decoded text looks like.
   mail.SetString("FROM", from.c_str());
-  const std::string address = Text(mail.String("From Email Address"));
+  senderAddress_ = Text(mail.String("From Email Address"));
+  if (decodeText_) senderAddress_ = DecodeText(senderAddress_, TCharset::kUnknown);
   const std::string subject = Text(client_.Subject());
   const std::string to = Text(client_.To());
   SetText(mail, "SUBJECT", decodeText_ ? DecodeHeader(subject) : subject);
   SetText(mail, "FROM", decodeText_ ? DecodeAddressHeader(from) : from);
   SetText(mail, "TO", decodeText_ ? DecodeAddressHeader(to) : to);
-  SetText(mail, "E-Mail Address", decodeText_ ? DecodeText(address, TCharset::kUnknown) : address);
+  SetText(mail, "E-Mail Address", senderAddress_);
   if (decodeText_) SetText(mail, "Header Charset", "utf-8");
   mail.SetTime(client_.ResourceTime());
 }

@@ -45,6 +45,8 @@ class TMessageReader {
   // is no plain text). With decodeText they are UTF-8.
   TReadResult ReadForm(std::vector<TFormField>& fields);
 
+  // The address that the last message came from, whole: an item's record may hold less of it.
+  const std::string& SenderAddress() const { return senderAddress_; }
   // Hands over the files that the last message left in the local directory, by their paths: they
   // stay now.
   std::vector<std::string> TakeFiles() { return std::exchange(files_, {}); }
@@ -90,6 +92,7 @@ class TMessageReader {
   bool decodeText_;
   bool written_ = true;  // everything so far could be written
   std::string buffer_;
+  std::string senderAddress_;
   std::string form_;
   std::string formCharset_;
   std::vector<std::string> files_;

@@ -77,7 +77,10 @@ TVoteResult TVoteCounter::Count(const std::vector<TFormField>& fields, const std
     return result;
   }
   for (const TBallot& ballot : ballots) {
-    if (!CountBallot(ballot, voter, number, result.counted)) result.failed = ballot.question;
+    if (CountBallot(ballot, voter, number, result.counted)) continue;
+    // Opening one question may close another, whose commit may fail.
+    const bool lost = cache_.GivenUp(TBoardKind::kQuestion, ballot.question);
+    (lost ? result.givenUp : result.failed) = ballot.question;
   }
   return result;
 }
@@ -143,10 +146,13 @@ bool TVoteCounter::CountAnswer(TContributor& question, DWORD index,
 
 bool TVoteCounter::RecordVoter(TContributor& question, const std::string& voter,
                                const std::string& answer) const {
+  if (!keepVoters_) return true;
+  // A longer key would never be found again, and each vote of the same person add a record.
+  constexpr std::size_t kRoom = kVoterRecord - 2;
+  const std::string key(decodeText_ ? CutAtCharacter(DecodeAddressHeader(voter), kRoom)
+                                    : std::string_view(voter).substr(0, kRoom));
   // A key that ends in "*" would take the place of other voters.
-  if (!keepVoters_ || voter.empty() || voter.ends_with('*')) return true;
-  std::string key = voter;
-  if (decodeText_) key = CutAtCharacter(DecodeAddressHeader(voter), kVoterRecord - 2);
+  if (key.empty() || key.ends_with('*')) return true;
   if (question.OpenList(kVoterList, kVoterRecord) == 0 &&
       question.CreateList(kVoterList, kVoterRecord) == 0) {
     return false;

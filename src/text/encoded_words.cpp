@@ -72,10 +72,10 @@ std::optional<TEncodedWord> DecodeWord(std::string_view text) {
     return std::nullopt;
   }
   const std::size_t start = charsetEnd + 3;
-  const std::size_t end = text.find("?=", start);
-  if (end == std::string_view::npos) return std::nullopt;
+  // No search goes beyond the next "=?": a header full of them takes linear time.
+  const std::size_t end = std::min(text.find_first_of("? \t", start), text.size());
+  if (!text.substr(end).starts_with("?=")) return std::nullopt;
   const std::string_view payload = text.substr(start, end - start);
-  if (payload.find_first_of(" \t?") != std::string_view::npos) return std::nullopt;
   const char form = ToLowerAscii(text[charsetEnd + 1]);
   if (form != 'q' && form != 'b') return std::nullopt;
   std::optional<std::string> bytes = form == 'q' ? DecodeQ(payload) : DecodeB(payload);

@@ -227,6 +227,20 @@ TEST_F(MailDecoding, ASubscribersAddressIsWholeWhateverTheNamesLength) {
   CloseForum(forum);
 }
 
+TEST_F(MailDecoding, ALongAddressIsPutOnTheListWholeAndTakenOff) {
+  const std::string address = std::string(120, 'j') + "@example.org";
+  Serve({Mail("Subscribe", "\nx\n", address)});
+  EXPECT_EQ(Run(), 1);
+  TForum* forum = OpenForum("General", data_.c_str());
+  EXPECT_EQ(FindMailingList(address.c_str(), forum), 1);
+  CloseForum(forum);
+  Serve({Mail("Unsubscribe", "\nx\n", address)});
+  EXPECT_EQ(Run(), 1);
+  forum = OpenForum("General", data_.c_str());
+  EXPECT_EQ(FindMailingList(address.c_str(), forum), 0);
+  CloseForum(forum);
+}
+
 TEST_F(MailDecoding, ALinksAddressBehindALongSubjectIsWhole) {
   ASSERT_TRUE(test::MakeContainer<TLinkList>("Links", data_));
   std::string title;

@@ -140,6 +140,33 @@ TEST_F(MailVotes, AMailProgramMaySendTheTextAsHtmlOnly) {
   EXPECT_EQ(Votes("Again"), "Yes 1, No 0 of 1");
 }
 
+TEST_F(MailVotes, InHtmlWhatStandsBehindAQuestionMarkIsTextToo) {
+  MakeQuestion("Music", {"R&B", "Rock"});
+  const char* const mail = "Content-Type: text/html\n\nWhich is it?<br>Music=R&amp;B<br>";
+  Serve({Vote(mail)});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes("Music"), "R&B 1, Rock 0 of 1");
+}
+
+TEST_F(MailVotes, InHtmlWhatStandsBehindAQuestionMarkIsDecodedTextToo) {
+  setup_->Number("Decode Mail Text", 1);
+  MakeQuestion("Music", {"R&B", "Rock"});
+  const char* const mail =
+      "Content-Type: text/html; charset=\"utf-8\"\n\nWhich is it?<br>Music=R&amp;B<br>";
+  Serve({Vote(mail)});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes("Music"), "R&B 1, Rock 0 of 1");
+}
+
+TEST_F(MailVotes, InHtmlEveryBlockIsALine) {
+  Serve(
+      {Vote("Content-Type: text/html\n\n<div>Best colour=Deep blue</div><div>Again=Yes</div>"
+            "<ul><li>A=b</li></ul>")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes(), "Red 0, Deep blue 1 of 1");
+  EXPECT_EQ(Votes("Again"), "Yes 1, No 0 of 1");
+}
+
 TEST_F(MailVotes, LetterCaseDoesNotCount) {
   Serve({Vote(Form("BEST+COLOUR=rEd"), "a@b", "sURVEY")});
   EXPECT_EQ(Run(), 1);
@@ -327,6 +354,24 @@ TEST_F(MailVotes, ADecodedVoterIsKept) {
   Serve({Vote(Form("Again=Yes"), "=?iso-8859-1?q?J=F6rg?= <j@x>")});
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Voters("Again"), "J\xC3\xB6rg <j@x>=Yes;");
+}
+
+TEST_F(MailVotes, ADecodedVoterThatIsAPatternIsCountedButNotKept) {
+  setup_->Number("Decode Mail Text", 1);
+  setup_->Number("Save Voter Address", 1);
+  Serve({Vote(Form("Again=Yes")), Vote(Form("Again=No"), "=?utf-8?q?=2A?="),
+         Vote(Form("Again=No"), std::string(125, 'x') + "*yz <j@x>")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Voters("Again"), "Ann <ann@x>=Yes;");
+  EXPECT_EQ(Votes("Again"), "Yes 1, No 2 of 3");
+}
+
+TEST_F(MailVotes, AVoterOfALongNameHasOneRecord) {
+  setup_->Number("Save Voter Address", 1);
+  const std::string from = std::string(200, 'x') + " <j@x>";
+  Serve({Vote(Form("Again=Yes"), from), Vote(Form("Again=No"), from)});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Voters("Again"), std::string(126, 'x') + "=;");
 }
 
 }  // namespace

@@ -76,6 +76,15 @@ TEST_F(VoteCounter, NothingIsCountedForAQuestionThatWasGivenUp) {
   EXPECT_EQ(result.counted, 0);
 }
 
+TEST_F(VoteCounter, AQuestionMayBeGivenUpWhileTheMailIsCounted) {
+  Vote({"Second"}, 1);
+  failing_ = true;
+  // Opening the first question closes the second, whose commit fails.
+  const TVoteResult result = Vote({"First", "Second"}, 2);
+  EXPECT_EQ(result.givenUp, "Second");
+  EXPECT_EQ(result.failed, "");
+}
+
 TEST_F(VoteCounter, CountsOfOldFilesWrapLikeAllNumbers) {
   TSurveyQuestion* question = OpenSurveyQuestion("First", directory_.c_str());
   question->Number("Total Vote Count", 0x7FFFFFFF);

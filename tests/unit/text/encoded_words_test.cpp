@@ -101,4 +101,14 @@ TEST(HeaderText, AnEncodedNameIsNoAddress) {
 }
 
 }  // namespace
+// The time limit of the test program is what a quadratic decoder would meet.
+TEST(HeaderText, BeginningsOfWordsWithoutEndTakeLinearTime) {
+  for (const std::string begin : {"=?a?q?x", "=?a?b?QQ!", "=?", "=?a?q? ", "=?a"}) {
+    std::string header;
+    while (header.size() < 4000000) header += begin;
+    EXPECT_EQ(brevant::DecodeEncodedWords(header), header);
+    EXPECT_EQ(brevant::DecodeHeader(header).size(), header.size());
+  }
+}
+
 }  // namespace brevant
