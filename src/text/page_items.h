@@ -27,6 +27,7 @@ class TPageItems {
     kOpenedByField = 1,  // the "<" came out of a field
     kAllField = 2,       // the whole text did; of words too
     kSpans = 4,          // there are spans of this item
+    kGoesOn = 8,         // the next word is the rest of this one
   };
   // Offset into the text (40 bits), length (16), kind (4), flags (4).
   class Entry {

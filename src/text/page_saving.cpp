@@ -67,6 +67,7 @@ std::string RenderLines(const TPageItems& items, std::size_t begin, std::size_t 
   page.reserve(items.text.size() + items.text.size() / 4 + 64);
   std::size_t lineLength = 0;
   bool afterWord = false;
+  bool goesOn = false;  // the word before is not at its end
   for (std::size_t item = begin; item < end; ++item) {
     const TItemKind kind = items.Kind(item);
     if (kind == TItemKind::kLineBreak) continue;
@@ -74,7 +75,9 @@ std::string RenderLines(const TPageItems& items, std::size_t begin, std::size_t 
     const std::size_t length = WrittenLength(kind, text.size());
     const bool isWord = kind == TItemKind::kWord;
     // An item longer than a line goes behind a short beginning rather than below it.
-    if (lineLength + length < kLineLength || (length > kLineLength - 2 && lineLength < 11)) {
+    // What parted the pieces of a word would show.
+    if (lineLength + length < kLineLength || (length > kLineLength - 2 && lineLength < 11) ||
+        goesOn) {
       if (isWord && afterWord && lineLength != 0) {
         page += ' ';
         ++lineLength;
@@ -85,7 +88,8 @@ std::string RenderLines(const TPageItems& items, std::size_t begin, std::size_t 
     }
     AppendItem(kind, text, page);
     lineLength += length;
-    afterWord = isWord;
+    goesOn = items.Has(item, TPageItems::kGoesOn);
+    afterWord = isWord && !goesOn;
   }
   return page;
 }

@@ -179,7 +179,8 @@ void TPageWriter::Flush() {
   ProduceWord();
 }
 
-// Text out of fields is not cut: a word of it ends at a blank and goes on as the next word.
+// Text out of fields is not cut: a word of it ends at a blank and goes on as the next word. Without
+// a blank it goes on too where long words are kept.
 void TPageWriter::AppendBeyondLimit(std::string_view run) {
   const bool splits = literal_ && !inTag_;
   for (;;) {
@@ -191,7 +192,11 @@ void TPageWriter::AppendBeyondLimit(std::string_view run) {
     if (splits && run.front() == ' ') {
       ProduceWord();
       run.remove_prefix(1);
-    } else if (!splits || !SplitAtBlank()) {
+    } else if (splits && SplitAtBlank()) {
+      continue;
+    } else if (keepsLongWords_ && !inTag_) {
+      ProduceWord(TPageItems::kGoesOn);
+    } else {
       const std::size_t lost = splits ? std::min(run.find(' '), run.size()) : run.size();
       Drop(lost);
       run.remove_prefix(lost);
@@ -246,7 +251,8 @@ bool TPageWriter::SplitAtBlank() {
 
 void TPageWriter::Drop(std::size_t count) {
   dropped_ += count;
-  for (; count > 0; --count) MessageBeep(0xFFFFFFFF);
+  const std::size_t token = items_.entries.size() + 1;
+  if (std::exchange(cutToken_, token) != token) MessageBeep(0xFFFFFFFF);
 }
 
 void TPageWriter::OpenTag() {
@@ -392,6 +398,7 @@ void TPageWriter::ForgetItems() {
   items_.entries.clear();
   items_.spans.clear();
   items_.text.erase(0, tokenBegin_);
+  cutToken_ = 0;
   tokenBegin_ = 0;
 }
 

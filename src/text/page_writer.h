@@ -22,6 +22,7 @@ struct TItem {
   TItemKind kind = TItemKind::kWord;
   bool fromField = false;  // tags: the "<" came out of a field
   std::string_view text;
+  bool goesOn = false;  // words: the next one is the rest of it, no blank stands between them
 };
 
 // One attribute of a start tag. The value is as written, without its quotes (entities and URL
@@ -88,6 +89,9 @@ class TPageWriter {
   bool InTag() const { return inTag_; }
   bool IsLiteral() const { return literal_; }
   bool LineBreakSeen() const { return lineBreakSeen_; }
+  // Has words beyond the token limit go on in the next item instead of losing their rest. Tags keep
+  // the limit.
+  void KeepLongWords(bool on) { keepsLongWords_ = on; }
   // Characters that fell to the token limit.
   std::uint64_t Dropped() const { return dropped_; }
   unsigned Filters() const { return filters_; }
@@ -115,8 +119,9 @@ class TPageWriter {
   void ForgetItems();
   TItem Item(std::size_t index) const {
     const TItemKind kind = items_.Kind(index);
-    if (kind == TItemKind::kSpace) return {kind, false, " "};
-    return {kind, items_.Has(index, TPageItems::kOpenedByField), items_.Text(index)};
+    if (kind == TItemKind::kSpace) return {kind, false, " ", false};
+    return {kind, items_.Has(index, TPageItems::kOpenedByField), items_.Text(index),
+            items_.Has(index, TPageItems::kGoesOn)};
   }
   // The next attribute of that name (over its full length, ignoring letter case) in any start tag,
   // at or behind item `from` and, in that item, behind `offset`. False when there is none.
@@ -195,9 +200,9 @@ class TPageWriter {
     return tokenOfField_ ? TPageItems::kAllField : TPageItems::kNoFlags;
   }
   void Drop(std::size_t count);
-  void ProduceWord() {
+  void ProduceWord(unsigned flags = 0) {
     if (TokenLength() == 0) return;
-    items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(), WordFlags(TokenHasSpans()));
+    items_.Add(TItemKind::kWord, tokenBegin_, TokenLength(), WordFlags(TokenHasSpans()) | flags);
     tokenBegin_ = items_.text.size();
   }
   void OpenTag();
@@ -218,6 +223,7 @@ class TPageWriter {
   std::vector<std::string> subTemplates_;                         // being fed, outermost first
   TTime sourceTime_;
   std::uint64_t dropped_ = 0;
+  std::size_t cutToken_ = 0;  // the items before the last token that was cut, and one
   unsigned filters_ = kFilterEscape | kFilterUrl;
   char previous_ = 0;
   char mark_ = 0;  // what the template tag being collected began with
@@ -229,6 +235,7 @@ class TPageWriter {
   bool fromField_ = false;
   bool sectionsAtOnce_ = false;  // in a sub-template inside an HTML tag: there are no parts
   bool lineBreakSeen_ = false;
+  bool keepsLongWords_ = false;
   bool diagnostic_ = false;
 };
 

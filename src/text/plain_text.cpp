@@ -5,10 +5,12 @@
 #include "store/ascii.h"
 #include "text/charset.h"
 #include "text/filters.h"
+#include "text/html_elements.h"
 #include "text/page_writer.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace brevant {
 namespace {
@@ -55,6 +57,15 @@ const TElementText* FindElement(std::string_view tag) {
   return nullptr;
 }
 
+// Whether a tag ends the line of a form.
+bool BreaksLine(std::string_view tag) {
+  std::string name(TagName(tag));
+  for (char& c : name) c = ToLowerAscii(c);
+  if (name == "br" || name == "hr") return true;
+  const TElementRule* rule = FindElementRule(name);
+  return rule != nullptr && (rule->flags & (TElementRule::kBlock | TElementRule::kTablePart)) != 0;
+}
+
 // Whether the item ends an element of that name. In text that is no markup a "<" may have swallowed
 // the end tag behind it.
 bool EndsElement(const TItem& item, std::string_view name) {
@@ -70,7 +81,7 @@ bool EndsElement(const TItem& item, std::string_view name) {
 // Takes the items of a text one after the other.
 class TTextRenderer {
  public:
-  explicit TTextRenderer(bool dropsScripts) : dropsScripts_(dropsScripts) {}
+  explicit TTextRenderer(TPlainTextRules rules) : rules_(rules) {}
 
   void Take(const TPageWriter& page) {
     for (std::size_t at = 0; at < page.ItemCount(); ++at) {
@@ -83,9 +94,10 @@ class TTextRenderer {
         Blank();
       } else {
         if (dropping_ != nullptr && EndsElement(item, dropping_->name)) EndDropping();
+        if (rules_.isForm && BreaksLine(item.text)) text_.append("\r\n");
         if (item.kind == TItemKind::kStartTag) StartElement(item.text);
       }
-      afterWord_ = isWord;
+      afterWord_ = isWord && !item.goesOn;
     }
   }
   std::string& Text() { return text_; }
@@ -98,9 +110,9 @@ class TTextRenderer {
   void StartElement(std::string_view tag) {
     const TElementText* element = FindElement(tag);
     if (element == nullptr) return;
-    text_.append(element->text);
+    if (!rules_.isForm) text_.append(element->text);
     const bool drops = element->content == TElementText::kDropped ||
-                       (element->content == TElementText::kDroppedScript && dropsScripts_);
+                       (element->content == TElementText::kDroppedScript && rules_.dropsScripts);
     if (!drops || dropping_ != nullptr) return;
     dropping_ = element;
     droppedFrom_ = text_.size();
@@ -112,18 +124,32 @@ class TTextRenderer {
     dropping_ = nullptr;
   }
 
-  bool dropsScripts_;
+  TPlainTextRules rules_;
   std::string text_;
   bool afterWord_ = false;
   const TElementText* dropping_ = nullptr;
   std::size_t droppedFrom_ = 0;
 };
 
+void DecodeBetweenQuestionMarks(std::string& text, void (*decode)(std::string&)) {
+  std::string decoded;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t end = std::min(rest.find('?'), rest.size());
+    std::string piece(rest.substr(0, end));
+    decode(piece);
+    decoded.append(piece);
+    if (end < rest.size()) decoded += '?';
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  text = std::move(decoded);
+}
+
 }  // namespace
 
 std::string HtmlToPlainText(std::string_view html, TPlainTextRules rules) {
   TPageWriter page;
-  TTextRenderer renderer(rules.dropsScripts);
+  page.KeepLongWords(true);
+  TTextRenderer renderer(rules);
   renderer.Text().reserve(html.size());
   // Piece by piece, so that the items never leave the processor's cache.
   for (; !html.empty(); html.remove_prefix(std::min<std::size_t>(html.size(), kBlockBytes))) {
@@ -135,10 +161,11 @@ std::string HtmlToPlainText(std::string_view html, TPlainTextRules rules) {
   renderer.Take(page);
   std::string text = std::move(renderer.Text());
   if (text.find('\0') != std::string::npos) std::erase(text, '\0');
-  if (rules.isUtf8) {
-    HtmlDecodeToUtf8(text);
+  const auto decode = rules.isUtf8 ? HtmlDecodeToUtf8 : HtmlDecode;
+  if (rules.isForm) {
+    DecodeBetweenQuestionMarks(text, decode);
   } else {
-    HtmlDecode(text);
+    decode(text);
   }
   return text;
 }

@@ -14,6 +14,9 @@ struct TPlainTextRules {
   bool isUtf8 = false;
   // Scripts and style sheets are left out.
   bool dropsScripts = false;
+  // The text is a form's lines: every block stands on lines of its own and nothing is written for
+  // an element, and a "?" ends no decoding.
+  bool isForm = false;
 };
 
 // The words of the HTML with a blank between them, and a text for each start tag that has one: line

@@ -125,7 +125,8 @@ void TSectionExpander::Rewrite(std::size_t mark) {
     }
   }
   if (page_.inTag_) page_.TagToWord();
-  page_.ProduceWord();
+  const bool goesOn = items_.Has(plan_.marked[mark].item, TPageItems::kGoesOn);
+  page_.ProduceWord(goesOn ? TPageItems::kGoesOn : TPageItems::kNoFlags);
 }
 
 void TSectionExpander::RewritePieces(std::size_t mark) {

@@ -131,6 +131,22 @@ TEST(PageWriterLimit, ExcessCharactersOfAWordAreDropped) {
   EXPECT_EQ(writer.Dropped(), 3U);
 }
 
+TEST(PageWriterLimit, WhereLongWordsAreKeptAWordGoesOnInTheNextItem) {
+  TPageWriter writer;
+  writer.KeepLongWords(true);
+  writer.Feed("a " + std::string(5000, 'x') + " b <" + std::string(5000, 't') + ">");
+  writer.Flush();
+  ASSERT_EQ(writer.ItemCount(), 6U);
+  EXPECT_FALSE(writer.Item(0).goesOn);
+  EXPECT_TRUE(writer.Item(1).goesOn);
+  EXPECT_EQ(writer.Item(1).text.size(), 4096U);
+  EXPECT_FALSE(writer.Item(2).goesOn);
+  EXPECT_EQ(writer.Item(2).text.size(), 904U);
+  EXPECT_EQ(writer.Item(5).text.size(), 4096U);
+  EXPECT_EQ(writer.Dropped(), 904U);
+  EXPECT_EQ(writer.Render().substr(0, 5004), "a " + std::string(5000, 'x') + "\r\n");
+}
+
 TEST(PageWriterLimit, ExcessCharactersOfATagAreDropped) {
   TPageWriter writer;
   writer.Feed("<" + std::string(4097, 'x') + "\n>y");
