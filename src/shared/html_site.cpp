@@ -85,17 +85,29 @@ bool THtmlSite::Report(const TFieldError& error) {
 
 // --- The page at hand ----------------------------------------------------------------------------
 
-void THtmlSite::BeginPage(std::size_t page, TPageWriter& writer) {
+bool THtmlSite::BeginPage(std::size_t page, TPageWriter& writer) {
   const TPage& wanted = pages_.At(page);
   page_ = page;
   writer_ = &writer;
+  // Characters without a name take eight bytes, and some scripts have no blanks.
+  writer.KeepLongWords(decodesText_);
   pageShowsTime_ = false;
   selections_.clear();
   TSelected& selected = selections_.emplace_back();
-  if (wanted.container < 0) return;
+  if (wanted.container < 0) return true;
   selected.kind = wanted.kind;
   selected.container = wanted.container;
-  if (wanted.hasItem) selected.item = Items(wanted.kind).Find(wanted.item);
+  if (!wanted.hasItem) return true;
+  selected.item = Items(wanted.kind).Find(wanted.item);
+  if (selected.item >= 0) return true;
+  TFieldError error;
+  if (Container(wanted.kind, &error) == nullptr) return Report(error);
+  return Report(CannotOpenItem(selected, wanted.item));
+}
+
+TFieldError THtmlSite::CannotOpenItem(const TSelected& selected, DWORD index) {
+  return "Cannot open message " + std::to_string(index) + " in " +
+         Listed(selected.kind, selected.container).name;
 }
 
 void THtmlSite::EndPage() {
@@ -231,8 +243,7 @@ std::shared_ptr<TMail> THtmlSite::OpenItem(const TSelected& selected, TForum& co
   const DWORD index = selected.items->At(selected.item).index;
   auto mail = std::make_shared<TMail>();
   if (container.OpenMessage(index, mail.get()) != 0) return mail;
-  *error = "Cannot open message " + std::to_string(index) + " in ";
-  error->append(Listed(selected.kind, selected.container).name);
+  *error = CannotOpenItem(selected, index);
   return nullptr;
 }
 

@@ -28,7 +28,8 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   TPageQueue& Pages() { return pages_; }
   TTemplates& Templates() { return templates_; }
   // Makes the objects of a page of the queue current; writer is where the page is written to.
-  void BeginPage(std::size_t page, TPageWriter& writer);
+  // False, told in the history, when the page's item is gone: it has no page any more.
+  bool BeginPage(std::size_t page, TPageWriter& writer);
   // Lets go of the objects of the page.
   void EndPage();
   bool PageShowsTime() const { return pageShowsTime_; }
@@ -104,6 +105,7 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   TPage LinkedFromHere(int templateNumber) const;
   bool NameContainerPage(int kind, int templateNumber, std::string* fileName, TFieldError* error);
   bool NameItemPage(int kind, int templateNumber, std::string* fileName, TFieldError* error);
+  TFieldError CannotOpenItem(const TSelected& selected, DWORD index);
   bool Report(const TFieldError& error);
 
   const TSetup& setup_;

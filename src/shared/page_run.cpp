@@ -78,7 +78,10 @@ void TPageRun::MakePage(std::size_t number) {
     return;
   }
   TPageWriter page(&dispatcher_);
-  site_.BeginPage(number, page);
+  if (!site_.BeginPage(number, page)) {
+    site_.EndPage();
+    return;
+  }
   page.Feed(file.bytes);
   page.Flush();
   page.ExpandSections();

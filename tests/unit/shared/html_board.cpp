@@ -208,7 +208,7 @@ std::string HtmlBoard::ExpandIn(int kind, const std::string& text, const std::st
   auto fields = brevant::MakePageFields(site);
   for (auto& field : fields) dispatcher.AddField(std::move(field));
   brevant::TPageWriter writer(&dispatcher);
-  site.BeginPage(0, writer);
+  if (!site.BeginPage(0, writer)) return kNoPage;
   writer.Feed(text);
   writer.Flush();
   writer.ExpandSections();

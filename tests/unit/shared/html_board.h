@@ -71,6 +71,7 @@ class HtmlBoard : public ::testing::Test {
   std::string Expand(const std::string& text, const std::string& forum = "", DWORD item = 0) {
     return ExpandIn(brevant::kForumKind, text, forum, item);
   }
+  static constexpr const char* kNoPage = "(no page is made)";
   // The same for a container of any kind of objects.
   std::string ExpandIn(int kind, const std::string& text, const std::string& container = "",
                        DWORD item = 0);

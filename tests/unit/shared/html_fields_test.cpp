@@ -289,6 +289,14 @@ TEST_F(HtmlFields, AnAttachmentsNameNeverLeavesTheSite) {
   EXPECT_EQ(InItem("$MESSAGE_ATTACHMENT_CONTENT(dir)$"), "***ERROR: Cannot open resource***");
 }
 
+TEST_F(HtmlFields, APageOfAnItemThatIsGoneIsNotMade) {
+  Add("General Talk", {.subject = "one"});
+  Add("General Talk", {.subject = "two"});
+  EXPECT_EQ(Expand("<p>$MESSAGE_SUBJECT$</p>", "General Talk", 2), "<p>two</p>");
+  EXPECT_EQ(Expand("<p>$MESSAGE_SUBJECT$</p>", "General Talk", 9), kNoPage);
+  EXPECT_TRUE(Logged("Cannot open message 9 in General Talk"));
+}
+
 // --- References ----------------------------------------------------------------------------------
 
 TEST_F(HtmlFields, AQualifierNamesAnotherObject) {
