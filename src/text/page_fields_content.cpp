@@ -21,59 +21,84 @@ constexpr std::size_t kUniqueCharacters = 4;
 
 // --- Content -------------------------------------------------------------------------------------
 
-// Hands out the content in pieces: as it is stored, or as UTF-8 where the site decodes texts.
-// Pieces of UTF-8 hold whole characters.
+// Feeds HTML that arrives in pieces: as it is, or where the site decodes texts with every character
+// of 128 or more as one that any page may hold. Markup stays.
+class TContentFeed {
+ public:
+  TContentFeed(const TFieldCall& call, TCharset charset)
+      : page_(call.page), decodes_(call.site.DecodesText()), decoder_(charset) {}
+  void Take(std::string_view piece) {
+    if (!decodes_) {
+      page_.Feed(piece);
+      return;
+    }
+    decoder_.Decode(piece, text_);
+    FeedDecoded();
+  }
+  void Finish() {
+    decoder_.Finish(text_);
+    FeedDecoded();
+  }
+
+ private:
+  void FeedDecoded() {
+    ReferUtf8(text_);
+    page_.Feed(text_);
+    text_.clear();
+  }
+
+  TPageWriter& page_;
+  bool decodes_;
+  TTextDecoder decoder_;
+  std::string text_;
+};
+
+// Hands out the content in pieces.
 template <typename TTake>
-void ReadContent(const TPageSite& site, TMail& item, TTake take) {
+void ReadContent(TMail& item, TTake take) {
   TStream& content = item.Content();
-  TTextDecoder decoder(FindCharset(site.DecodesText() ? item.String("Charset") : ""));
   char block[kBlockBytes];
-  std::string decoded;
   content.Seek(0, 0);
   for (int read = content.Read(block, kBlockBytes); read > 0;
        read = content.Read(block, kBlockBytes)) {
-    std::string_view piece(block, static_cast<std::size_t>(read));
-    if (site.DecodesText()) {
-      decoded.clear();
-      decoder.Decode(piece, decoded);
-      piece = decoded;
-    }
-    take(piece);
+    take(std::string_view(block, static_cast<std::size_t>(read)));
   }
-  decoded.clear();
-  decoder.Finish(decoded);
-  if (!decoded.empty()) take(std::string_view(decoded));
 }
 
 void WriteHtml(const TFieldCall& call, TMail& item) {
-  ReadContent(call.site, item, [&](std::string_view piece) {
-    if (!call.site.DecodesText()) {
-      call.page.Feed(piece);
-      return;
-    }
-    // Markup stays; every other character is one that any page may hold.
-    std::string text(piece);
-    ReferUtf8(text);
-    call.page.Feed(text);
-  });
+  TContentFeed feed(call, FindCharset(item.String("Charset")));
+  ReadContent(item, [&feed](std::string_view piece) { feed.Take(piece); });
+  feed.Finish();
 }
 
 void WritePlainText(const TFieldCall& call, TMail& item) {
-  TPlainTextPage html(call.site.DecodesText());
+  const bool decodes = call.site.DecodesText();
+  TPlainTextPage html(decodes);
+  TTextDecoder decoder(FindCharset(item.String("Charset")));
   std::string line;
   const auto end = [&] {
     if (!line.empty() && line.back() == '\r') line.pop_back();
     call.page.Feed(html.Line(line));
     line.clear();
   };
-  ReadContent(call.site, item, [&](std::string_view block) {
+  const auto take = [&](std::string_view block) {
     for (std::size_t feed; (feed = block.find('\n')) != std::string_view::npos;) {
       line.append(block.substr(0, feed));
       end();
       block.remove_prefix(feed + 1);
     }
     line.append(block);
+  };
+  std::string decoded;
+  ReadContent(item, [&](std::string_view block) {
+    if (!decodes) return take(block);
+    decoded.clear();
+    decoder.Decode(block, decoded);
+    take(decoded);
   });
+  decoded.clear();
+  decoder.Finish(decoded);
+  take(decoded);
   if (!line.empty()) end();
 }
 
@@ -152,19 +177,37 @@ const TAttachment* FindAttachment(const std::vector<TAttachment>& list, std::str
   return nullptr;
 }
 
-// Stored names come out of a data file; only a plain file name may be opened.
-bool IsPlainFileName(std::string_view name) {
-  return name.find_first_of("/\\:") == std::string_view::npos && name != "." && name != "..";
+// What Windows opens as a device in every directory and with any extension. A read of one may never
+// come back.
+bool IsDeviceName(std::string_view name) {
+  name = name.substr(0, name.find('.'));
+  while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+  for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+    if (EqualsIgnoreCase(name, device)) return true;
+  }
+  if (name.size() != 4) return false;
+  const std::string_view port = name.substr(0, 3);
+  // Superscript digits are port numbers too.
+  return (EqualsIgnoreCase(port, "COM") || EqualsIgnoreCase(port, "LPT")) &&
+         std::string_view("0123456789\xB9\xB2\xB3").find(name[3]) != std::string_view::npos;
 }
 
-bool WriteFileTo(TPageWriter& page, const std::string& path) {
+// Stored names come out of a data file; only a plain file name may be opened.
+bool IsPlainFileName(std::string_view name) {
+  return name.find_first_of("/\\:") == std::string_view::npos && name != "." && name != ".." &&
+         !IsDeviceName(name);
+}
+
+bool WriteFileTo(const TFieldCall& call, const std::string& path) {
   const UniqueFile file = UniqueFile::OpenToRead(path);
   if (!file) return false;
+  TContentFeed feed(call, TCharset::kUnknown);
   char block[kBlockBytes];
   DWORD read = 0;
   while (ReadFile(file.Get(), block, kBlockBytes, &read, nullptr) != 0 && read > 0) {
-    page.Feed(std::string_view(block, read));
+    feed.Take(std::string_view(block, read));
   }
+  feed.Finish();
   return true;
 }
 
@@ -207,7 +250,7 @@ int ExpandAttachmentContent(const TFieldCall& call) {
   const TAttachment* found = FindAttachment(attachments, call.Argument(0));
   if (found == nullptr) return 1;
   const std::string path = call.site.Setup().String("Local Directory") + found->stored;
-  if (!IsPlainFileName(found->stored) || !WriteFileTo(call.page, path)) {
+  if (!IsPlainFileName(found->stored) || !WriteFileTo(call, path)) {
     return call.Fail("Cannot open resource");
   }
   return 1;

@@ -1,6 +1,8 @@
 // Page fields that write dates and times.
 #include "store/ascii.h"
+#include "text/charset.h"
 #include "text/field_words.h"
+#include "text/filters.h"
 #include "text/page_field_functions.h"
 
 #include <string>
@@ -17,7 +19,14 @@ int WriteTime(const TFieldCall& call, const TTime& time) {
       call.HasArgument(0) ? TimeFormatOf(call.Argument(0), call.row.flags) : call.row.flags;
   char text[kTimeTextBytes];
   FormatTime(time, text, kTimeTextBytes, format);
-  call.page.Feed(text);
+  if (!call.site.DecodesText()) {
+    call.page.Feed(text);
+    return 1;
+  }
+  // The system gives the name of its zone in a character set of its own.
+  std::string decoded = DecodeText(text, TCharset::kUnknown);
+  ReferUtf8(decoded);
+  call.page.Feed(decoded);
   return 1;
 }
 

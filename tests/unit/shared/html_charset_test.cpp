@@ -92,6 +92,35 @@ TEST_F(HtmlCharset, ACharacterIsNotCutWhereverTheBlocksEnd) {
   }
 }
 
+TEST_F(HtmlCharset, TextWithoutBlanksIsWhole) {
+  std::string text;
+  std::string references;
+  for (int i = 0; i < 3000; ++i) {
+    text += "\xE6\x97\xA5";
+    references += "&#26085;";
+  }
+  for (const char* type : {"text/plain", "text/html"}) {
+    EXPECT_EQ(Content(text, "utf-8", type), references) << type;
+    EXPECT_EQ(Content("abc" + text + " end", "utf-8", type), "abc" + references + " end") << type;
+  }
+  EXPECT_EQ(Content("<p>" + text + "<b>" + text + "</b>", "utf-8", "text/html"),
+            "<p>" + references + "<b>" + references + "</b>");
+}
+
+TEST_F(HtmlCharset, TextWithoutBlanksIsWholeBesideAFieldThatIsRepeated) {
+  std::string text;
+  std::string references;
+  for (int i = 0; i < 1000; ++i) {
+    text += "\xE6\x97\xA5";
+    references += "&#26085;";
+  }
+  Add("Talk", {.subject = "One", .content = text, .values = {{"Charset", "utf-8"}}});
+  Add("Talk", {.subject = "Two", .content = text, .values = {{"Charset", "utf-8"}}});
+  std::string page = Unwrapped(Expand("<p>$MESSAGE_SUBJECT$:$MESSAGE_CONTENT$!</p>", "Talk"));
+  std::erase(page, ' ');
+  EXPECT_EQ(page, "<p>One:" + references + "!</p><p>Two:" + references + "!</p>");
+}
+
 TEST_F(HtmlCharset, ACharacterThatTheContentEndsInIsBroken) {
   EXPECT_EQ(Content("x\xE2\x82", "utf-8"), "x&#65533;");
   EXPECT_EQ(Content("<i>x</i>\xE2\x82", "utf-8", "text/html"), "<i>x</i>&#65533;");
@@ -100,6 +129,16 @@ TEST_F(HtmlCharset, ACharacterThatTheContentEndsInIsBroken) {
 TEST_F(HtmlCharset, HtmlContentKeepsItsMarkup) {
   EXPECT_EQ(Content("<p title=\"\xE4\">\xE4 &amp; \x96</p>", "windows-1252", "text/html"),
             "<p title=\"&auml;\">&auml; &amp; &#8211;</p>");
+}
+
+TEST_F(HtmlCharset, AnAttachmentsContentIsDecodedToo) {
+  Add("Talk", {.attachments = {{"ab12a.htm", "a"}}});
+  WriteFileBytes(SitePath("ab12a.htm"), "<b>\xC3\xBC \xFC</b> &amp; \xC3");
+  EXPECT_EQ(Unwrapped(Expand("$MESSAGE_ATTACHMENT_CONTENT(a)$", "Talk", 1)),
+            "<b>&uuml; &uuml;</b> &amp; &Atilde;");
+  setup_->Number("Decode Mail Text", 0);
+  EXPECT_EQ(Unwrapped(Expand("$MESSAGE_ATTACHMENT_CONTENT(a)$", "Talk", 1)),
+            "<b>\xC3\xBC \xFC</b> &amp; \xC3");
 }
 
 TEST_F(HtmlCharset, AShortLineIsCountedInCharacters) {

@@ -40,6 +40,16 @@ TEST(PlainText, FurtherBlankLinesAreWrittenBeforeTheNextText) {
   EXPECT_EQ(Html({"one", "", ""}), "one\r\n");
 }
 
+TEST(PlainText, BlankLinesAreWrittenBeforeARuleAndBeforeAParagraphToo) {
+  EXPECT_EQ(Html({"one", "", std::string(11, '-')}), "one\r\n<br>\r\n<hr width=\"90%\">\r\n\r\n");
+  EXPECT_EQ(Html({"one", "", kLong}), "one\r\n<br>\r\n<p>" + kLong + "\r\n");
+}
+
+TEST(PlainText, BlanksAndTabsMakeABlankLineAndMayStandBeforeAStar) {
+  EXPECT_EQ(Html({"a", kLong, " \t ", "b"}), "a\r\n<p>" + kLong + "\r\n</p>\r\n<br>b\r\n");
+  EXPECT_EQ(Html({"a", "\t* " + kLong}), "a\r\n<br>\t* " + kLong + "\r\n");
+}
+
 TEST(PlainText, AShortLineHasFewerThan41Characters) {
   const std::string forty(40, 'y');
   const std::string fortyOne(41, 'y');
