@@ -50,14 +50,18 @@ int TForum::Upgrade1To3() {
   const auto last = static_cast<DWORD>(Number("Last Message Index"));
   // Only elements that exist are walked: the stored range may be any two numbers.
   const auto names = brevant::SubStorageNames(storage_.Interface());
+  bool written = true;
   for (const DWORD index : MessageNumbers(names, first, last)) {
     TMail message;
     if (!OpenMessage(index, &message)) continue;
-    WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
-                     message.String("SUBJECT"));
+    written = WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
+                               message.String("SUBJECT")) != 0;
+    if (!written) break;
   }
   messageList_.Close();
   index_.reset();
+  // The next opening tries again: messages that the list lacks would never come back.
+  if (!written) return 0;
   Number("Version", 3);
   // Gaps count too: the oldest boards have always shown these counts.
   Number("Message Count", static_cast<LONG>(last - first + 1));

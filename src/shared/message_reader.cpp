@@ -104,9 +104,9 @@ TReadResult TMessageReader::ReadForm(std::vector<TFormField>& fields) {
   });
   if (result != TReadResult::kRead) return result;
   fields = FormFields();
-  // Mail programs that send HTML send the same as plain text, most of them.
+  // Mail programs that send HTML send the same as plain text, some of them as an empty one.
   std::vector<TFormField> typed = TypedFields(plain);
-  if (plain.text.empty()) typed = TypedFields(HtmlForm(html, decodeText_));
+  if (typed.empty()) typed = TypedFields(HtmlForm(html, decodeText_));
   fields.insert(fields.end(), typed.begin(), typed.end());
   return result;
 }

@@ -41,8 +41,8 @@ class TMessageReader {
   // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
   TReadResult Read(TMail& mail, bool attachmentsAllowed);
   // Opens the client's current message, reads it to its end and gives the fields of every form in
-  // it, in their order: of form parts and files, and of text that is a form's (of HTML where there
-  // is no plain text). With decodeText they are UTF-8.
+  // it, in their order: of form parts and files, and of text that is a form's (of HTML where
+  // plain text has no field). With decodeText they are UTF-8.
   TReadResult ReadForm(std::vector<TFormField>& fields);
 
   // The address that the last message came from, whole: an item's record may hold less of it.

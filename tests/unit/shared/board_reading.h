@@ -125,4 +125,13 @@ inline bool MakeForum(const std::string& name, const std::string& directory) {
   return forum != nullptr;
 }
 
+// Puts an address on a forum's mailing list.
+inline bool AddListAddress(const std::string& forumName, const std::string& directory,
+                           const std::string& address) {
+  TForum* forum = OpenForum(forumName.c_str(), directory.c_str());
+  const int added = AddMailingList(address.c_str(), "A list", forum);
+  CloseForum(forum);
+  return added == 1;
+}
+
 }  // namespace test

@@ -21,6 +21,18 @@ class HtmlLinks : public HtmlBoard {
     for (std::size_t at; (at = page.find("\r\n")) != std::string::npos;) page.erase(at, 2);
     return page;
   }
+  // Nobody else can read the template until the handle is closed.
+  HANDLE OpenAlone(const std::string& name) {
+    const HANDLE file = CreateFileA((root_ / ("Templates/" + name)).c_str(), GENERIC_READ, 0,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    EXPECT_NE(file, INVALID_HANDLE_VALUE);
+    return file;
+  }
+  // The one line of the history is that the template cannot be opened.
+  static bool ToldOfNotOpened(const std::string& name) {
+    return history.size() == 1 && history[0].starts_with("Cannot open ") &&
+           history[0].ends_with(name);
+  }
   void Sub(const std::string& name) { std::filesystem::create_directory(root_ / name); }
 };
 
@@ -244,6 +256,30 @@ TEST_F(HtmlLinks, ACopyThatCannotBeWrittenFailsTheRun) {
   Template("index.htm", "<img src=\"a.gif\">");
   EXPECT_EQ(Run(), 0);
   EXPECT_TRUE(Logged("Cannot save " + SitePath("a.gif")));
+}
+
+TEST_F(HtmlLinks, AFileThatCannotBeReadIsReportedAndTheRunGoesOn) {
+  Template("a.gif", "x");
+  const HANDLE locked = OpenAlone("a.gif");
+  Page("<img src=\"a.gif\"><p>text</p>");
+  CloseHandle(locked);
+  EXPECT_TRUE(ToldOfNotOpened("a.gif"));
+  EXPECT_EQ(SiteFiles(), std::vector<std::string>{"index.htm"});
+  EXPECT_NE(Site("index.htm").find("<p>text</p>"), std::string::npos);
+  Page("<img src=\"a.gif\">");
+  EXPECT_EQ(Site("a.gif"), "x") << "of the next run";
+}
+
+TEST_F(HtmlLinks, APageThatCannotBeReadIsReportedAndTheRunGoesOn) {
+  Template("about.htm", "<p>about</p>");
+  Template("next.htm", "<p>next</p>");
+  const HANDLE locked = OpenAlone("about.htm");
+  Page("<a href=\"about.htm\">x</a><a href=\"next.htm\">y</a>");
+  CloseHandle(locked);
+  EXPECT_TRUE(ToldOfNotOpened("about.htm"));
+  EXPECT_EQ(SiteFiles(), (std::vector<std::string>{"index.htm", "next.htm"}));
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Site("about.htm"), "<p>about</p>") << "of the next run";
 }
 
 TEST_F(HtmlLinks, LongValuesAreLeftAlone) {

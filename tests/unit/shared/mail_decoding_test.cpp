@@ -81,11 +81,44 @@ TEST_F(MailDecoding, ATagIsFoundInTheDecodedHeader) {
   EXPECT_EQ(items[0].to, "[My_Board:General:7] <x@y>");
 }
 
+TEST_F(MailDecoding, ATagOfAListIsFoundInTheDecodedHeader) {
+  ASSERT_TRUE(test::MakeContainer<TLinkList>("Links", data_));
+  Serve(
+      {"From: a@b\nTo: x@y\nCc: =?utf-8?Q?=5BMy=5FBoard=3ALinks=5D?= <x@y>\n"
+       "Subject: Page at http://x\n\nx\n",
+       "From: a@b\nTo: =?utf-8?B?W015X0JvYXJkOkxpbmtzXQ==?= <x@y>\n"
+       "Subject: Other at http://y\n\nx\n"});
+  EXPECT_EQ(Run(), 1);
+  const auto links = test::ItemsOf<TLinkList>("Links", data_);
+  ASSERT_EQ(links.size(), 2u);
+  EXPECT_EQ(links[0].subject, "Page");
+  EXPECT_EQ(links[1].subject, "Other");
+}
+
+TEST_F(MailDecoding, TheSurveysTagIsFoundInTheDecodedHeader) {
+  TSurveyQuestion* question = CreateSurveyQuestion("Again", data_.c_str());
+  ASSERT_NE(question, nullptr);
+  TMail* answer = OpenAnswer(0, nullptr);
+  answer->String("SUBJECT", "Yes");
+  EXPECT_NE(InsertAnswer(answer, question), 0u);
+  CloseAnswer(answer);
+  CloseSurveyQuestion(question);
+  Serve({"From: a@b\nTo: =?utf-8?Q?=5BMy=5FBoard=3ASurvey=5D?= <x@y>\nSubject: v\n\nAgain=Yes\n"});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Left(), 0u);
+  const auto answers = test::ItemsOf<TSurveyQuestion>("Again", data_);
+  ASSERT_EQ(answers.size(), 1u);
+  EXPECT_EQ(answers[0].votes, 1);
+}
+
 TEST_F(MailDecoding, WithoutTheSettingAnEncodedTagIsNone) {
   setup_->Number("Decode Mail Text", 0);
-  Serve({"From: a@b\nTo: =?utf-8?Q?=5BMy=5FBoard=3AGeneral=5D?= <x@y>\nSubject: s\n\nx\n"});
+  ASSERT_TRUE(test::MakeContainer<TLinkList>("Links", data_));
+  Serve({"From: a@b\nTo: =?utf-8?Q?=5BMy=5FBoard=3AGeneral=5D?= <x@y>\nSubject: s\n\nx\n",
+         "From: a@b\nTo: =?utf-8?Q?=5BMy=5FBoard=3ALinks=5D?= <x@y>\nSubject: s\n\nx\n",
+         "From: a@b\nTo: =?utf-8?Q?=5BMy=5FBoard=3ASurvey=5D?= <x@y>\nSubject: s\n\nx\n"});
   EXPECT_EQ(Run(), 1);
-  EXPECT_EQ(Left(), 1u);
+  EXPECT_EQ(Left(), 3u);
 }
 
 TEST_F(MailDecoding, LongHeadersAreCutAtAWholeCharacter) {

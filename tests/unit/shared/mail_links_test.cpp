@@ -112,6 +112,37 @@ TEST_F(MailLinks, AForumOfThatNameGoesFirst) {
   EXPECT_TRUE(Links().empty());
 }
 
+TEST_F(MailLinks, AForumInTheCopyRecipientsGoesBeforeTheListInTo) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  Serve({"Cc: \"[My_Board:General:42]\" <x@y>\n" + Link("Page at http://x")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(Links().empty());
+  const auto items = test::ItemsOf("General", data_);
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_EQ(items[0].subject, "Page at http://x");
+  EXPECT_EQ(items[0].linkId, 42u) << "of the header that named the forum";
+}
+
+TEST_F(MailLinks, AMailingListToReplyToGoesBeforeTheList) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  ASSERT_TRUE(test::AddListAddress("General", data_, "list@example.org"));
+  Serve({"Reply-to: list@example.org\n" + Link("Page at http://x")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(Links().empty());
+  EXPECT_EQ(test::SubjectsOf("General", data_), "Page at http://x;");
+}
+
+TEST_F(MailLinks, AnUnknownForumFallsThroughToTheMailingListAndToTheListInTheCopyRecipients) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  ASSERT_TRUE(test::AddListAddress("General", data_, "list@example.org"));
+  Serve({"Reply-to: list@example.org\n" + Post("Nowhere", "reply"),
+         "Cc: \"[My_Board:Good_Links]\" <x@y>\n" + Post("Nowhere", "Page at http://x")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(test::SubjectsOf("General", data_), "reply;");
+  ASSERT_EQ(Links().size(), 1u);
+  EXPECT_EQ(Links()[0].subject, "Page");
+}
+
 TEST_F(MailLinks, AResourceListTakesLinksWhereNoLinkListHasTheName) {
   ASSERT_TRUE(test::MakeContainer<TContributor>("Good Links", data_));
   ASSERT_TRUE(test::MakeContainer<TContributor>("Articles", data_));

@@ -59,6 +59,14 @@ class MailVotes : public test::RetrievalFixture {
     question.CloseList();
     return text;
   }
+  // What was sent from RSET on: "RSET DELE 2 QUIT ".
+  std::string CommandsBehindReading() const {
+    std::string text = server_->Transcript();
+    text.erase(0, std::min(text.find("RSET"), text.size()));
+    std::erase(text, '\n');
+    std::replace(text.begin(), text.end(), '\r', ' ');
+    return text;
+  }
 };
 
 TEST_F(MailVotes, AnEncodedFormVotes) {
@@ -138,6 +146,16 @@ TEST_F(MailVotes, AMailProgramMaySendTheTextAsHtmlOnly) {
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Votes(), "Red 0, Deep blue 1 of 1");
   EXPECT_EQ(Votes("Again"), "Yes 1, No 0 of 1");
+}
+
+TEST_F(MailVotes, TheHtmlCountsWhereThePlainTextBesideItIsBlank) {
+  Serve(
+      {Vote("Content-Type: multipart/alternative; boundary=\"b\"\n\n--b\nContent-Type: "
+            "text/plain\n\n \n\n--b\nContent-Type: text/html\n\n<p>Best "
+            "colour=Red</p>\n--b--")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes(), "Red 1, Deep blue 0 of 1");
+  EXPECT_EQ(Left(), 0u);
 }
 
 TEST_F(MailVotes, InHtmlWhatStandsBehindAQuestionMarkIsTextToo) {
@@ -233,12 +251,37 @@ TEST_F(MailVotes, OnlyTheToHeaderNamesTheSurvey) {
   EXPECT_EQ(Votes("Again"), "Yes 0, No 0 of 0");
 }
 
-TEST_F(MailVotes, AForumOrAListCalledSurveyGoesFirst) {
+TEST_F(MailVotes, AForumCalledSurveyGoesFirst) {
   ASSERT_TRUE(test::MakeForum("Survey", data_));
   Serve({Vote(Form("Again=Yes"))});
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Votes("Again"), "Yes 0, No 0 of 0");
   EXPECT_EQ(test::SubjectsOf("Survey", data_), "v;");
+}
+
+TEST_F(MailVotes, ALinkListCalledSurveyGoesFirst) {
+  ASSERT_TRUE(test::MakeContainer<TLinkList>("Survey", data_));
+  Serve({Vote(Form("Again=Yes"))});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes("Again"), "Yes 0, No 0 of 0");
+  EXPECT_EQ(test::ItemsOf<TLinkList>("Survey", data_).size(), 1u);
+}
+
+TEST_F(MailVotes, AResourceListCalledSurveyGoesFirst) {
+  ASSERT_TRUE(test::MakeContainer<TContributor>("Survey", data_));
+  Serve({Vote(Form("Again=Yes"))});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes("Again"), "Yes 0, No 0 of 0");
+  EXPECT_EQ(test::ItemsOf<TContributor>("Survey", data_).size(), 1u);
+}
+
+TEST_F(MailVotes, AMailingListToReplyToGoesFirst) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  ASSERT_TRUE(test::AddListAddress("General", data_, "list@example.org"));
+  Serve({"Reply-to: list@example.org\n" + Vote(Form("Again=Yes"))});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Votes("Again"), "Yes 0, No 0 of 0");
+  EXPECT_EQ(test::SubjectsOf("General", data_), "v;");
 }
 
 TEST_F(MailVotes, AQuestionThatCannotBeOpenedIsReported) {
@@ -269,6 +312,34 @@ TEST_F(MailVotes, WhatCannotBeCommittedStaysInTheMailbox) {
   ASSERT_EQ(Left(), 1u);
   EXPECT_NE(server_->Messages()[0].find("Best+colour"), std::string::npos);
   EXPECT_EQ(Votes("Again"), "Yes 1, No 0 of 1");
+}
+
+TEST_F(MailVotes, AMailForTwoQuestionsStaysWhenOnlyTheFirstCommitFails) {
+  Serve({Vote(Form("Best+colour=Red&Again=Yes")), Vote(Form("Again=No"))});
+  TMailRetrievalTask task(setup_, state_);
+  task.SetCommit(
+      [count = 0](TStorage& storage) mutable { return ++count == 1 ? 0 : storage.Commit(); });
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_TRUE(HistoryHas("Cannot save message to [Best colour]"));
+  EXPECT_FALSE(HistoryHas("Cannot save message to [Again]"));
+  EXPECT_EQ(CommandsBehindReading(), "RSET DELE 2 QUIT ");
+  ASSERT_EQ(Left(), 1u);
+  EXPECT_NE(server_->Messages()[0].find("Best+colour"), std::string::npos);
+  EXPECT_EQ(Votes("Again"), "Yes 1, No 1 of 2");
+}
+
+TEST_F(MailVotes, AMailForTwoQuestionsStaysWhenOnlyTheSecondCommitFails) {
+  Serve({Vote(Form("Again=No")), Vote(Form("Again=Yes&Best+colour=Red"))});
+  TMailRetrievalTask task(setup_, state_);
+  task.SetCommit(
+      [count = 0](TStorage& storage) mutable { return ++count == 2 ? 0 : storage.Commit(); });
+  EXPECT_EQ(Run(task), 0);
+  EXPECT_TRUE(HistoryHas("Cannot save message to [Best colour]"));
+  EXPECT_FALSE(HistoryHas("Cannot save message to [Again]"));
+  EXPECT_EQ(CommandsBehindReading(), "RSET DELE 1 QUIT ");
+  ASSERT_EQ(Left(), 1u);
+  EXPECT_NE(server_->Messages()[0].find("Best+colour"), std::string::npos);
+  EXPECT_EQ(Votes("Again"), "Yes 1, No 1 of 2");
 }
 
 TEST_F(MailVotes, TheCommitComesBeforeTheQuit) {

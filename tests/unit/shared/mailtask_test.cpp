@@ -242,6 +242,17 @@ TEST_F(MailTask, AnotherBoardsMarkIsNoOwnMail) {
   EXPECT_EQ(test::SubjectsOf("General", data_), "one;");
 }
 
+// A header that is missing counts as empty.
+TEST_F(MailTask, OfABoardWithAnEmptyNameMailWithoutAMarkIsOwnMail) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  Set("BBS Name", "");
+  Serve({Post("General", "one"), "BBS: My Board\n" + Post("General", "two")});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Left(), 0u);
+  EXPECT_FALSE(Sent("RETR 1"));
+  EXPECT_EQ(test::SubjectsOf("General", data_), "two;") << "any tag names such a board";
+}
+
 TEST_F(MailTask, FilesByMailingList) {
   ASSERT_TRUE(test::MakeForum("General", data_));
   TForum* forum = OpenForum("General", data_.c_str());
