@@ -100,13 +100,12 @@ void TPageRun::SavePage(const std::string& fileName, const TTemplate& file,
   // what was deleted must not stay in sight.
   const bool watched = !due && present->attributes == kOwnFileAttributes && !site_.PageShowsTime();
   if (!due && !watched) return;
-  const std::string bytes = page.Render();
-  const bool same = present != nullptr && store_.Holds(*present, bytes);
+  const bool same = present != nullptr && store_.Holds(*present, page);
   if (same && !due) return;
   // A site in the template directory would overwrite what its pages are made from.
   const bool onTemplate =
       EqualsIgnoreCase(FullPath(store_.Directory() + fileName), FullPath(file.path));
-  const bool saved = !onTemplate && (same ? store_.Touch(fileName) : store_.Save(fileName, bytes));
+  const bool saved = !onTemplate && (same ? store_.Touch(fileName) : store_.Save(fileName, page));
   if (saved) return;
   DisplayHistory("Cannot save %s", (store_.Directory() + fileName).c_str());
   saved_ = false;

@@ -3,6 +3,7 @@
 
 #include "shared/page_names.h"
 #include "store/ascii.h"
+#include "text/page_writer.h"
 #include "text/unique_file.h"
 
 #include <algorithm>
@@ -35,6 +36,21 @@ bool WriteWhole(HANDLE file, std::string_view bytes) {
     DWORD written = 0;
     if (WriteFile(file, bytes.data(), count, &written, nullptr) == 0 || written == 0) return false;
     bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+// Whether the next bytes of the file are these.
+bool GoesOnWith(HANDLE file, std::string_view bytes, std::string& block) {
+  while (!bytes.empty()) {
+    const auto count = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), kBlockBytes));
+    block.resize(count);
+    DWORD read = 0;
+    if (ReadFile(file, block.data(), count, &read, nullptr) == 0 || read == 0 ||
+        bytes.substr(0, read) != std::string_view(block).substr(0, read)) {
+      return false;
+    }
+    bytes.remove_prefix(read);
   }
   return true;
 }
@@ -132,10 +148,15 @@ const TFileFacts* TPageStore::FindPage(const std::string& fileName) const {
   return found == pages_.end() ? nullptr : &found->second;
 }
 
-bool TPageStore::Holds(const TFileFacts& page, const std::string& bytes) const {
-  if (page.size != bytes.size()) return false;
-  std::string present;
-  return ReadWholeFile(directory_ + page.name, &present) && present == bytes;
+bool TPageStore::Holds(const TFileFacts& file, const TPageWriter& page) const {
+  const UniqueFile present = UniqueFile::OpenToRead(directory_ + file.name);
+  if (!present) return false;
+  std::string block;
+  const bool begins = page.RenderTo(
+      [&](std::string_view piece) { return GoesOnWith(present.Get(), piece, block); });
+  char behind = 0;
+  DWORD read = 0;
+  return begins && ReadFile(present.Get(), &behind, 1, &read, nullptr) != 0 && read == 0;
 }
 
 bool TPageStore::Finish(const std::string& unfinished, const std::string& fileName) {
@@ -149,12 +170,13 @@ bool TPageStore::Finish(const std::string& unfinished, const std::string& fileNa
   return false;
 }
 
-bool TPageStore::Save(const std::string& fileName, const std::string& bytes) {
+bool TPageStore::Save(const std::string& fileName, const TPageWriter& page) {
   const std::string unfinished = StartUnfinished();
   if (unfinished.empty()) return false;
   UniqueFile file = CreateToWrite(unfinished);
   if (!file) return false;
-  const bool written = WriteWhole(file.Get(), bytes);
+  const bool written =
+      page.RenderTo([&](std::string_view piece) { return WriteWhole(file.Get(), piece); });
   if (file.Close() && written) return Finish(unfinished, fileName);
   DeleteFileA(unfinished.c_str());
   return false;

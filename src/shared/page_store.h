@@ -12,6 +12,8 @@
 
 namespace brevant {
 
+class TPageWriter;
+
 // Attributes of a file that the library wrote and nobody wrote since: exactly these. Any program
 // that writes the file adds the archive attribute.
 inline constexpr DWORD kOwnFileAttributes = FILE_ATTRIBUTE_TEMPORARY;
@@ -56,10 +58,10 @@ class TPageStore {
   // What Scan saw of a page, letter case ignored; null when it was not there.
   const TFileFacts* FindPage(const std::string& fileName) const;
 
-  // Whether the page's file holds exactly these bytes.
-  bool Holds(const TFileFacts& page, const std::string& bytes) const;
+  // Whether the file of a page holds exactly what is rendered.
+  bool Holds(const TFileFacts& file, const TPageWriter& page) const;
   // Writes a file whole; false when it cannot, the file then being as it was.
-  bool Save(const std::string& fileName, const std::string& bytes);
+  bool Save(const std::string& fileName, const TPageWriter& page);
   // Gives the file the current time.
   bool Touch(const std::string& fileName) const;
 

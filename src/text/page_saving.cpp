@@ -11,6 +11,8 @@ namespace brevant {
 namespace {
 
 constexpr std::size_t kLineLength = 80;
+// A page is handed on in pieces of this many bytes and the rest of an item.
+constexpr std::size_t kPieceBytes = 65536;
 
 bool WriteAll(HANDLE file, std::string_view bytes) {
   constexpr std::size_t kBlock = 1 << 20;
@@ -62,9 +64,16 @@ void AppendItem(TItemKind kind, std::string_view text, std::string& page) {
   }
 }
 
-std::string RenderLines(const TPageItems& items, std::size_t begin, std::size_t end) {
+bool HandOn(std::string& piece, const TPageWriter::TTakePiece& take) {
+  const bool goOn = piece.empty() || take(piece);
+  piece.clear();
+  return goOn;
+}
+
+bool RenderLines(const TPageItems& items, std::size_t begin, std::size_t end,
+                 const TPageWriter::TTakePiece& take) {
   std::string page;
-  page.reserve(items.text.size() + items.text.size() / 4 + 64);
+  page.reserve(std::min(items.text.size() + items.text.size() / 4 + 64, kPieceBytes * 2));
   std::size_t lineLength = 0;
   bool afterWord = false;
   bool goesOn = false;  // the word before is not at its end
@@ -90,8 +99,9 @@ std::string RenderLines(const TPageItems& items, std::size_t begin, std::size_t 
     lineLength += length;
     goesOn = items.Has(item, TPageItems::kGoesOn);
     afterWord = isWord && !goesOn;
+    if (page.size() >= kPieceBytes && !HandOn(page, take)) return false;
   }
-  return page;
+  return HandOn(page, take);
 }
 
 std::string ItemNumber(std::size_t item) {
@@ -100,9 +110,9 @@ std::string ItemNumber(std::size_t item) {
   return "[" + digits + "] ";
 }
 
-std::string RenderNumbered(const TPageItems& items, std::size_t begin, std::size_t end) {
+bool RenderNumbered(const TPageItems& items, const TPageWriter::TTakePiece& take) {
   std::string page;
-  for (std::size_t item = begin; item < end; ++item) {
+  for (std::size_t item = 0; item < items.entries.size(); ++item) {
     page += ItemNumber(item);
     if (items.Kind(item) == TItemKind::kLineBreak) {
       page += "***LINEFEED***";
@@ -110,8 +120,9 @@ std::string RenderNumbered(const TPageItems& items, std::size_t begin, std::size
       AppendItem(items.Kind(item), items.Text(item), page);
     }
     page += "\r\n";
+    if (page.size() >= kPieceBytes && !HandOn(page, take)) return false;
   }
-  return page;
+  return HandOn(page, take);
 }
 
 }  // namespace
@@ -129,8 +140,14 @@ int TPageWriter::FeedFile(const char* path) {
   }
 }
 
+bool TPageWriter::RenderTo(const TTakePiece& take) const {
+  return diagnostic_ ? RenderNumbered(items_, take) : RenderLines(items_, 0, ItemCount(), take);
+}
+
 std::string TPageWriter::Render() const {
-  return diagnostic_ ? RenderNumbered(items_, 0, ItemCount()) : RenderLines(items_, 0, ItemCount());
+  std::string page;
+  RenderTo([&](std::string_view piece) { return page.append(piece), true; });
+  return page;
 }
 
 int TPageWriter::Save(const char* path) const { return SaveText(path, Render()); }
@@ -139,7 +156,10 @@ int TPageWriter::SaveSection(std::size_t section) const {
   for (const TPageItems::Span& span : items_.spans) {
     if (span.section < 0 || static_cast<std::size_t>(span.section) != section) continue;
     const TItemRange part = RepeatedPart(items_, span.item);
-    return SaveText("section.htm", RenderLines(items_, part.begin, part.end));
+    std::string text;
+    RenderLines(items_, part.begin, part.end,
+                [&](std::string_view piece) { return text.append(piece), true; });
+    return SaveText("section.htm", text);
   }
   return 0;
 }

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -138,7 +139,12 @@ class TPageWriter {
   // --- The page ----------------------------------------------------------------------------------
   // In diagnostic mode the page is rendered as one numbered item a line.
   void SetDiagnosticMode(bool on) { diagnostic_ = on; }
-  // The page as it is saved: lines below 80 characters, ended by CR LF.
+  // Takes the next bytes of a page; false when no more are wanted.
+  using TTakePiece = std::function<bool(std::string_view piece)>;
+  // Hands the page on as it is saved: lines below 80 characters, ended by CR LF. The pieces are
+  // small, so a long page is not in memory a second time. False when not all was wanted.
+  bool RenderTo(const TTakePiece& take) const;
+  // All of that at once.
   std::string Render() const;
   // Renders into a file, created anew. 1, or 0 when it cannot be written.
   int Save(const char* path) const;
