@@ -22,14 +22,13 @@ void Chain::Reset(std::uint32_t first, std::size_t expected) {
 
 bool Chain::Step(LinkTable& table) {
   if (complete_) return false;
-  if (sectors_.size() >= table.Count()) throw Error(Status::kCorrupt);
-  std::uint32_t next = first_;
-  if (!sectors_.empty()) next = table.Next(sectors_.back());
+  const std::uint32_t next = sectors_.empty() ? first_ : table.Next(sectors_.back());
   if (next == kEndOfChain) {
     complete_ = true;
     return false;
   }
-  if (next >= table.Count()) throw Error(Status::kCorrupt);
+  // A chain as long as the whole table may end there; a longer one turns in a circle.
+  if (sectors_.size() >= table.Count() || next >= table.Count()) throw Error(Status::kCorrupt);
   sectors_.push_back(next);
   return true;
 }
@@ -54,16 +53,7 @@ bool Chain::Has(LinkTable& table, std::uint32_t index) {
 }
 
 std::uint32_t Chain::Length(LinkTable& table) {
-  while (!complete_) {
-    // A chain as long as the whole table may still end here.
-    if (!sectors_.empty() && sectors_.size() == table.Count() &&
-        table.Next(sectors_.back()) == kEndOfChain) {
-      complete_ = true;
-    } else {
-      Step(table);
-      Run(table, table.Count());
-    }
-  }
+  while (Step(table)) Run(table, table.Count());
   return static_cast<std::uint32_t>(sectors_.size());
 }
 

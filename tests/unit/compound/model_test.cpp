@@ -157,7 +157,8 @@ class Model {
 
 // BREVANT_SEED repeats a run; each of the fixed ones is a different history.
 TEST(Model, RandomOperationsMatchAMap) {
-  std::vector<unsigned> seeds = {1, 2, 3, 4, 5, 6, 7, 8, std::random_device()()};
+  // 346: a stream that fills the whole table of small sectors is cut within its last one.
+  std::vector<unsigned> seeds = {1, 2, 3, 4, 5, 6, 7, 346, std::random_device()()};
   if (const char* given = std::getenv("BREVANT_SEED")) {
     seeds = {static_cast<unsigned>(std::strtoul(given, nullptr, 10))};
   }
