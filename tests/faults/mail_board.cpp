@@ -61,6 +61,7 @@ std::string ProblemOf(const test::Item& item, const ExpectedMail& mail, const st
     return "its content has " + std::to_string(item.content.size()) + " bytes, not the " +
            std::to_string(mail.content.size()) + " of the mail";
   }
+  if (item.linkAddress != mail.address || item.size != mail.size) return "its link is another";
   if (item.attachments.size() != mail.files.size()) return "its attachments are not all named";
   for (std::size_t i = 0; i < mail.files.size(); ++i) {
     const std::string& stored = item.attachments[i].first;
@@ -69,6 +70,61 @@ std::string ProblemOf(const test::Item& item, const ExpectedMail& mail, const st
     }
   }
   return {};
+}
+
+bool IsBoardFile(const std::string& extension) {
+  return extension == ".mwd" || extension == ".mwe" || extension == ".mwf" || extension == ".mwg";
+}
+
+// The items of a board file, whichever class its extension names.
+std::vector<test::Item> ItemsOf(const fs::path& file, const std::string& data) {
+  const std::string name = file.stem().string();
+  if (file.extension() == ".mwd") return test::ItemsOf(name, data);
+  if (file.extension() == ".mwf") return test::ItemsOf<TLinkList>(name, data);
+  return test::ItemsOf<TContributor>(name, data);
+}
+
+void MakeListsAndQuestion(const std::string& data) {
+  if (!test::MakeContainer<TLinkList>("Good Links", data) ||
+      !test::MakeContainer<TContributor>("Articles", data)) {
+    throw std::runtime_error("cannot make the lists");
+  }
+  for (const char* list : {"Good Links", "Articles"}) {
+    TContributor container;
+    TLinkList links;
+    TForum& forum = list[0] == 'G' ? static_cast<TForum&>(links) : container;
+    if (forum.Open(list, data.c_str(), 2, 0, 16) == 0) throw std::runtime_error(list);
+    forum.Number("Max Message Count", 100000);
+  }
+  TSurveyQuestion* question = CreateSurveyQuestion("Best colour", data.c_str());
+  for (const char* text : {"Red", "Deep blue"}) {
+    TMail* answer = OpenAnswer(0, nullptr);
+    answer->String("SUBJECT", text);
+    if (InsertAnswer(answer, question) == 0) throw std::runtime_error("cannot add an answer");
+    CloseAnswer(answer);
+  }
+  CloseSurveyQuestion(question);
+}
+
+void AddVotes(const std::string& name, const std::string& data, Filed* filed) {
+  for (const test::Item& answer : test::ItemsOf<TSurveyQuestion>(name, data)) {
+    filed->votes[answer.subject] += answer.votes;
+  }
+}
+
+// What an answer that has lost votes is told as.
+void FindLostVotes(const std::vector<ExpectedMail>& mails, const Filed& filed,
+                   const std::set<std::string>& left, std::vector<std::string>* lost) {
+  std::map<std::string, LONG> gone;
+  for (const ExpectedMail& mail : mails) {
+    if (!mail.vote.empty() && !left.contains(mail.text)) ++gone[mail.vote];
+  }
+  for (const auto& [answer, count] : gone) {
+    const auto votes = filed.votes.find(answer);
+    if (votes == filed.votes.end() || votes->second < count) {
+      lost->push_back("votes for " + answer + ", of which there were " + std::to_string(count));
+    }
+  }
 }
 
 }  // namespace
@@ -101,6 +157,7 @@ void MailBoard::Make(WORD port) {
     Set(key, value);
   }
   MakeForum(kForum, Data());
+  MakeListsAndQuestion(Data());
 }
 
 void MailBoard::Set(const std::string& key, const std::string& value) const {
@@ -143,12 +200,17 @@ Filed FindFiled(const std::vector<ExpectedMail>& mails, const std::string& data,
     if (mails[i].fate == ExpectedMail::TFate::kFiled) bySubject[mails[i].subject] = i;
   }
   for (const auto& entry : fs::directory_iterator(data)) {
-    if (entry.path().extension() != ".mwd") continue;
+    const std::string extension = entry.path().extension().string();
+    if (!IsBoardFile(extension)) continue;
     std::string problem;
     if (!ReadTree(entry.path().generic_string(), &problem)) {
       filed.problems.push_back(entry.path().filename().string() + ": " + problem);
     }
-    for (const test::Item& item : test::ItemsOf(entry.path().stem().string(), data)) {
+    if (extension == ".mwg") {
+      AddVotes(entry.path().stem().string(), data, &filed);
+      continue;
+    }
+    for (const test::Item& item : ItemsOf(entry.path(), data)) {
       const auto found = bySubject.find(item.subject);
       problem = found == bySubject.end() ? "it is none of the mails"
                                          : ProblemOf(item, mails[found->second], site);
@@ -172,6 +234,7 @@ std::vector<std::string> FindLost(const std::vector<ExpectedMail>& mails, const 
       lost.push_back("mail " + std::to_string(i + 1) + " is nowhere: " + mails[i].subject);
     }
   }
+  FindLostVotes(mails, filed, there, &lost);
   return lost;
 }
 
@@ -179,9 +242,7 @@ std::vector<std::string> Leftovers(const std::string& data) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(data)) {
     const std::string extension = entry.path().extension().string();
-    if (extension != ".mwd" && extension != ".mwe" && extension != ".mwf" && extension != ".mwg") {
-      names.push_back(entry.path().filename().string());
-    }
+    if (!IsBoardFile(extension)) names.push_back(entry.path().filename().string());
   }
   return names;
 }

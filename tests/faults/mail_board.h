@@ -46,14 +46,15 @@ struct Filed {
   std::vector<int> times;             // how often each mail is there
   std::vector<std::string> problems;  // what is there, but not whole
   std::set<std::string> attachments;  // the files that are named
+  std::map<std::string, LONG> votes;  // of each answer
 };
 
 // data and site end with "/". Opens every board file, and so finishes what a kill left undone.
 Filed FindFiled(const std::vector<test::ExpectedMail>& mails, const std::string& data,
                 const std::string& site);
 
-// The mails that are neither filed nor among those left, though they should be one of them, and
-// those that should have stayed and are gone; a line each.
+// The mails that are neither filed nor among those left, though they should be one of them, those
+// that should have stayed and are gone, and answers with fewer votes than there were; a line each.
 std::vector<std::string> FindLost(const std::vector<test::ExpectedMail>& mails, const Filed& filed,
                                   const std::vector<std::string>& left);
 
