@@ -13,8 +13,8 @@ constexpr std::uint32_t kChunkBlocks = 512;
 constexpr std::size_t kWriteBytes = 256U << 10;  // gathered for one write
 // What all documents of the process may keep before each has to do with little: with hundreds open
 // the limits of single ones would add up to a gigabyte.
-constexpr std::size_t kSharedBytes = 16U << 20;
-constexpr std::size_t kLeastBytes = 128U << 10;
+constexpr std::size_t kSharedBytes = 8U << 20;
+constexpr std::size_t kLeastBytes = 64U << 10;
 
 std::atomic<std::size_t> cleanEverywhere{0};
 
