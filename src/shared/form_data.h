@@ -20,8 +20,8 @@ std::vector<TFormField> ParseUrlEncoded(std::string_view text);
 
 // The fields of a form that a browser handed to a mail program as the text of a mail: lines
 // "name=value" as they are, each of them also together with the lines that a mail program may have
-// wrapped it into, and lines without a blank as URL-encoded text too. So a form gives fields that it
-// never had, and a text that is none may give some. At most kMostFormFields.
+// wrapped it into, and lines without a blank as URL-encoded text too. So a form gives fields that
+// it never had, and a text that is none may give some. At most kMostFormFields.
 std::vector<TFormField> ParsePlainForm(std::string_view text);
 
 // Turns names and values into UTF-8, out of the character set of that label; without one out of the

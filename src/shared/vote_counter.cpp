@@ -182,7 +182,7 @@ std::string TVoteCounter::FieldText(const std::string& text) const {
 }
 
 std::string TVoteCounter::AnswerText(const TMail& answer) const {
-  const std::string text = answer.String("SUBJECT");
+  std::string text = answer.String("SUBJECT");
   if (!decodeText_) return text;
   const std::string charset = answer.String("Header Charset");
   return DecodeText(text, charset.empty() ? TCharset::kIso8859Part1 : FindCharset(charset));

@@ -30,7 +30,7 @@ std::string SettingText(const TPageSite& site, const char* key) {
 }
 
 std::string ItemText(const TPageSite& site, const TMail& item, const char* key) {
-  const std::string text = item.String(key);
+  std::string text = item.String(key);
   if (!site.DecodesText() || IsAscii(text)) return text;
   const std::string charset = item.String("Header Charset");
   return DecodeText(text, charset.empty() ? TCharset::kIso8859Part1 : FindCharset(charset));

@@ -69,8 +69,9 @@ def included(names):
 
 def check_tidy(tool, names):
     # The analyzer takes as long as all the rest together: it is a check of its own.
+    # The compiler's warnings are the compiler's; clang has some that the code is not held to.
     checks = "--checks=" + ("-*,clang-analyzer-*,-clang-analyzer-optin.performance.Padding"
-                            if mode == "analyze" else "-clang-analyzer-*")
+                            if mode == "analyze" else "-clang-analyzer-*,-clang-diagnostic-*")
     compiled = {os.path.relpath(e["file"], root)
                 for e in json.load(open(os.path.join(build, "compile_commands.json")))}
     # The library and the host; tests are held to the warnings of the compiler.
@@ -89,8 +90,8 @@ def check_tidy(tool, names):
         mark = os.path.join(cache, total.hexdigest())
         if os.path.exists(mark):
             return name, 0, ""
-        result = subprocess.run([tool, "-p", build, "--quiet", checks, name], cwd=root,
-                                capture_output=True, text=True)
+        command = [tool, "-p", build, "--quiet", "--extra-arg=-Wno-error", checks, name]
+        result = subprocess.run(command, cwd=root, capture_output=True, text=True)
         if result.returncode == 0:
             open(mark, "w").close()
         return name, result.returncode, result.stdout

@@ -58,8 +58,9 @@ std::vector<FileOperation> ParseOperations(const std::string& bytes) {
   Reader reader(bytes);
   std::uint64_t kind = 0;
   FileOperation next;
-  while (reader.Number(&kind) && reader.Number(&next.file) && reader.Number(&next.offset) && reader.Number(&next.call) &&
-         reader.Text(&next.path) && reader.Text(&next.target) && reader.Text(&next.data)) {
+  while (reader.Number(&kind) && reader.Number(&next.file) && reader.Number(&next.offset) &&
+         reader.Number(&next.call) && reader.Text(&next.path) && reader.Text(&next.target) &&
+         reader.Text(&next.data)) {
     next.kind = static_cast<OperationKind>(kind);
     operations.push_back(next);
   }
