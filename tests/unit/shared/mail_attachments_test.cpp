@@ -65,7 +65,8 @@ class MailAttachments : public test::RetrievalFixture {
   std::vector<std::string> Elsewhere() const {
     std::vector<std::string> paths;
     for (const auto& entry : fs::recursive_directory_iterator(directory_.Path())) {
-      const bool inSite = fs::equivalent(entry.path().parent_path(), site_);
+      const std::string parent = entry.path().parent_path().generic_string();
+      const bool inSite = parent + "/" == fs::path(site_).generic_string();
       const std::string extension = entry.path().extension().string();
       if (!inSite && extension != ".ini" && extension != ".log") {
         paths.push_back(entry.path().string());
