@@ -38,6 +38,21 @@ HANDLE OpenInheritable(const std::string& path, DWORD access, DWORD disposition)
                      disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
+// Under Wine one start in some hundreds fails for no reason of the program's, and the next
+// succeeds.
+BOOL Start(std::string line, STARTUPINFOA* startup, PROCESS_INFORMATION* information) {
+  constexpr int kTries = 5;
+  constexpr DWORD kPauseMilliseconds = 200;
+  for (int tries = 1;; ++tries) {
+    if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, startup,
+                       information)) {
+      return TRUE;
+    }
+    if (tries == kTries) return FALSE;
+    Sleep(kPauseMilliseconds);
+  }
+}
+
 }  // namespace
 
 Program::Program(const std::vector<std::string>& command, const std::string& input)
@@ -51,13 +66,15 @@ Program::Program(const std::vector<std::string>& command, const std::string& inp
   startup.hStdOutput = OpenInheritable(directory / "out", GENERIC_WRITE, CREATE_ALWAYS);
   startup.hStdError = OpenInheritable(directory / "err", GENERIC_WRITE, CREATE_ALWAYS);
   PROCESS_INFORMATION information{};
-  std::string line = CommandLine(command);
-  BOOL started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                &startup, &information);
+  const std::string line = CommandLine(command);
+  const BOOL started = Start(line, &startup, &information);
+  const DWORD error = GetLastError();
   CloseHandle(startup.hStdInput);
   CloseHandle(startup.hStdOutput);
   CloseHandle(startup.hStdError);
-  if (!started) throw std::runtime_error("cannot start " + line);
+  if (!started) {
+    throw std::runtime_error("cannot start " + line + ": error " + std::to_string(error));
+  }
   CloseHandle(information.hThread);
   impl_->process = information.hProcess;
 }
