@@ -50,12 +50,6 @@ char LetterOf(TBoardKind board) {
   }
 }
 
-std::string LowerCased(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), ToLowerAscii);
-  return lower;
-}
-
 std::shared_ptr<const TItemList> ListOf(TForum& forum) {
   const TListIndex& index = forum.MessageIndex();
   std::vector<TListedItem> items;

@@ -25,12 +25,6 @@ constexpr std::array<std::string_view, 6> kPrivateExtensions = {".mwd", ".mwe", 
 
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
-std::string LowerCased(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), ToLowerAscii);
-  return lower;
-}
-
 std::string RootOf(const std::string& directory) {
   std::string root = FullPath(directory);
   if (!root.empty() && !IsSeparator(root.back())) root += '/';

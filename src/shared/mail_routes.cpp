@@ -11,11 +11,6 @@ namespace {
 
 std::string Text(const char* text) { return text != nullptr ? text : ""; }
 
-std::string LowerCase(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 // The word that stands in for a list's name in the tag of vote forms.
 bool IsSurveyTag(const std::string& header, const std::string& boardName) {
   const TSubjectTag tag = ParseSubjectTag(header);
@@ -25,7 +20,7 @@ bool IsSurveyTag(const std::string& header, const std::string& boardName) {
 
 void AddNames(TBoardKind kind, TBoardCache& cache, auto& names) {
   for (const std::string& name : cache.Names(kind)) {
-    names.emplace(LowerCase(name), std::pair(kind, name));
+    names.emplace(LowerCased(name), std::pair(kind, name));
   }
 }
 
@@ -71,7 +66,7 @@ TMailRoute TMailRoutes::ByTag(const TMailHeaders& headers, const std::string& bo
     const TSubjectTag tag = ParseSubjectTag(*header);
     if (tag.count < 2 || !TagNamesBoard(tag.parts[0], boardName)) continue;
     const TNames& names = kind == TMailRoute::TKind::kForum ? Forums(cache) : Lists(cache);
-    const auto found = names.find(LowerCase(TagPartText(tag.parts[1])));
+    const auto found = names.find(LowerCased(TagPartText(tag.parts[1])));
     if (found != names.end()) return {kind, found->second.first, found->second.second, *header};
   }
   return {};
@@ -80,7 +75,7 @@ TMailRoute TMailRoutes::ByTag(const TMailHeaders& headers, const std::string& bo
 const std::string* TMailRoutes::ForumByMailingList(const std::string& header, TBoardCache& cache) {
   if (header.empty()) return nullptr;
   LoadMailingLists(cache);
-  const auto forum = mailingLists_.find(LowerCase(header));
+  const auto forum = mailingLists_.find(LowerCased(header));
   return forum == mailingLists_.end() ? nullptr : &forum->second;
 }
 
@@ -105,7 +100,7 @@ void TMailRoutes::LoadMailingLists(TBoardCache& cache) {
     const TBoardCache::THandle forum = cache.Open(TBoardKind::kForum, name);
     if (!forum) continue;
     for (const TMailingListEntry& entry : MailingListEntries(*forum)) {
-      mailingLists_.emplace(LowerCase(EntryAddress(entry)), name);
+      mailingLists_.emplace(LowerCased(EntryAddress(entry)), name);
     }
   }
 }

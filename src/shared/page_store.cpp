@@ -15,12 +15,6 @@ namespace {
 constexpr std::string_view kUnfinishedName = "~brevant.tmp";
 constexpr std::size_t kBlockBytes = 65536;
 
-std::string LowerCased(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), ToLowerAscii);
-  return lower;
-}
-
 TFileFacts FactsOf(const WIN32_FIND_DATAA& data) {
   TFileFacts facts;
   facts.name = data.cFileName;

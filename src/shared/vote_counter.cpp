@@ -16,11 +16,6 @@ namespace {
 constexpr const char* kVoterList = "Voter E-mail";
 constexpr int kVoterRecord = 128;
 
-std::string LowerCase(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 // What a record holds of a subject; the board's pages show no more of it.
 constexpr std::size_t kShownSubject = kInfoRecordSize - std::string_view("SUBJECT").size() - 2;
 
@@ -105,10 +100,10 @@ const std::string* TVoteCounter::FindQuestion(const std::string& name) {
     questionsLoaded_ = true;
     for (const std::string& question : cache_.Names(TBoardKind::kQuestion)) {
       const std::string text = decodeText_ ? DecodeText(question, TCharset::kUnknown) : question;
-      questions_.emplace(LowerCase(text), question);
+      questions_.emplace(LowerCased(text), question);
     }
   }
-  const auto found = questions_.find(LowerCase(name));
+  const auto found = questions_.find(LowerCased(name));
   return found == questions_.end() ? nullptr : &found->second;
 }
 

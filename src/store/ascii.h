@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace brevant {
@@ -22,6 +23,12 @@ inline constexpr bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
     if (a[i] != b[i] && ToLowerAscii(a[i]) != ToLowerAscii(b[i])) return false;
   }
   return true;
+}
+
+inline std::string LowerCased(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = ToLowerAscii(c);
+  return lower;
 }
 
 // A cursor over text that reads numbers and words as the C library's formatted input does.
