@@ -6,6 +6,7 @@
 #include <brevant/frame.h>
 #include <brevant/link_list.h>
 #include <brevant/net.h>
+#include <brevant/smtp.h>
 #include <brevant/store.h>
 #include <brevant/survey_question.h>
 #include <brevant/text.h>
