@@ -4,6 +4,7 @@
 #include <brevant/board.h>
 #include <brevant/contributor.h>
 #include <brevant/frame.h>
+#include <brevant/ftp.h>
 #include <brevant/link_list.h>
 #include <brevant/net.h>
 #include <brevant/smtp.h>

@@ -6,6 +6,9 @@
 #include <windows.h>
 #include <winsock2.h>
 
+// A macro for printers; the FTP client has an operation of that name.
+#undef SetPort
+
 // Marks what the library exports: BREVANT_BUILDING is set while the library itself is compiled,
 // BREVANT_STATIC by users of the static library.
 #if defined(BREVANT_BUILDING)
