@@ -6,6 +6,7 @@
 
 #include "frame/reporting.h"
 #include "shared/page_names.h"
+#include "shared/site_paths.h"
 #include "store/ascii.h"
 #include "text/filters.h"
 
@@ -17,29 +18,9 @@ namespace {
 
 constexpr std::size_t kLongestValue = 1024;
 constexpr std::string_view kFileScheme = "file:///";
-constexpr std::array<std::string_view, 4> kLinkAttributes = {"HREF", "SRC", "BACKGROUND",
-                                                             "CODEBASE"};
 // Data files, the tables of what the server holds, and the journals of both.
 constexpr std::array<std::string_view, 6> kPrivateExtensions = {".mwd", ".mwe", ".mwf",
                                                                 ".mwg", ".fat", ".jnl"};
-
-bool IsSeparator(char c) { return c == '/' || c == '\\'; }
-
-std::string RootOf(const std::string& directory) {
-  std::string root = FullPath(directory);
-  if (!root.empty() && !IsSeparator(root.back())) root += '/';
-  return root;
-}
-
-// Whether path lies below root, both being full paths. An empty root holds nothing.
-bool IsBelow(std::string_view path, std::string_view root) {
-  if (root.empty() || path.size() <= root.size()) return false;
-  for (std::size_t i = 0; i < root.size(); ++i) {
-    const bool separators = IsSeparator(path[i]) && IsSeparator(root[i]);
-    if (!separators && ToLowerAscii(path[i]) != ToLowerAscii(root[i])) return false;
-  }
-  return true;
-}
 
 // "file:///C:/x" names a drive; on a system without drives the last slash belongs to the path.
 std::string LocalPath(std::string_view value) {

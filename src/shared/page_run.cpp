@@ -3,6 +3,7 @@
 
 #include "frame/reporting.h"
 #include "shared/page_names.h"
+#include "shared/site_paths.h"
 #include "store/ascii.h"
 #include "text/page_fields.h"
 
@@ -10,14 +11,6 @@
 
 namespace brevant {
 namespace {
-
-const char* const kMainPages[] = {"HTML File - Forum list", "HTML File - Message list",
-                                  "HTML File - Resource list", "HTML File - Question list",
-                                  "HTML File - Answer list"};
-
-std::string FileNameOf(const std::string& path) {
-  return path.substr(path.find_last_of("/\\") + 1);
-}
 
 TLinkFollower::TSettings LinkSettings(const TSetup& setup, const TPersistentState* state) {
   TLinkFollower::TSettings settings;
@@ -59,7 +52,7 @@ bool TPageRun::Make() {
 
 void TPageRun::AddMainPages() {
   const std::string directory = setup_.String("HTML Template Directory");
-  for (const char* setting : kMainPages) {
+  for (const char* setting : kMainPageSettings) {
     const std::string file = TemplateFileName(setup_.String(setting));
     if (file.empty()) continue;
     TPage page;

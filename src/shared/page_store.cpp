@@ -15,6 +15,22 @@ namespace {
 constexpr std::string_view kUnfinishedName = "~brevant.tmp";
 constexpr std::size_t kBlockBytes = 65536;
 
+// A directory search, ended with the object.
+class UniqueSearch {
+ public:
+  explicit UniqueSearch(HANDLE handle) : handle_(handle) {}
+  ~UniqueSearch() {
+    if (handle_ != INVALID_HANDLE_VALUE) FindClose(handle_);
+  }
+  UniqueSearch(const UniqueSearch&) = delete;
+  UniqueSearch& operator=(const UniqueSearch&) = delete;
+  explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
+  HANDLE Get() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
 TFileFacts FactsOf(const WIN32_FIND_DATAA& data) {
   TFileFacts facts;
   facts.name = data.cFileName;
@@ -58,14 +74,22 @@ UniqueFile CreateToWrite(const std::string& path) {
 
 bool IsUnfinishedName(std::string_view name) { return EqualsIgnoreCase(name, kUnfinishedName); }
 
-void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
+void ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take) {
   WIN32_FIND_DATAA data;
-  const HANDLE search = FindFirstFileA(pattern.c_str(), &data);
-  if (search == INVALID_HANDLE_VALUE) return;
+  const UniqueSearch search(FindFirstFileA(pattern.c_str(), &data));
+  if (!search) return;
+  bool goOn = true;
   do {
-    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) take(FactsOf(data));
-  } while (FindNextFileA(search, &data) != 0);
-  FindClose(search);
+    const std::string_view name = data.cFileName;
+    if (name != "." && name != "..") goOn = take(FactsOf(data));
+  } while (goOn && FindNextFileA(search.Get(), &data) != 0);
+}
+
+void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
+  ForEachEntry(pattern, [&](const TFileFacts& entry) {
+    if ((entry.attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) take(entry);
+    return true;
+  });
 }
 
 bool FindFile(const std::string& path, TFileFacts* facts) {

@@ -31,7 +31,10 @@ struct TFileFacts {
   std::uint64_t size = 0;
 };
 
-// Hands every file, no directory, that matches pattern to take, ordered by name.
+// Hands everything that matches pattern, but "." and "..", to take, ordered by name, until take
+// gives false.
+void ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take);
+// The same for every file, no directory.
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take);
 // The file (no directory) at path; false when there is none. path holds no wildcard characters.
 bool FindFile(const std::string& path, TFileFacts* facts);

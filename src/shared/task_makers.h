@@ -5,8 +5,9 @@
 
 namespace brevant {
 
-// Both give null when memory runs out. setup and state are borrowed; state may be null.
+// Each gives null when memory runs out. setup and state are borrowed; state may be null.
 TTask* MakeMailRetrievalTask(TSetup* setup, TPersistentState* state);
 TTask* MakeHtmlTask(TSetup* setup, TPersistentState* state);
+TTask* MakeFileManagementTask(TSetup* setup, TPersistentState* state);
 
 }  // namespace brevant

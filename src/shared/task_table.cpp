@@ -10,6 +10,7 @@ namespace {
 constexpr TTaskEntry kTasks[] = {
     {"MAIL RETRIEVAL", MakeMailRetrievalTask},
     {"HTML", MakeHtmlTask},
+    {"FILE MANAGEMENT", MakeFileManagementTask},
 };
 
 }  // namespace
