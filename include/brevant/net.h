@@ -147,6 +147,13 @@ class BREVANT_API TProtocol {
   // Sends "command argument" and CR LF as one piece; the argument may be null. The count sent; 0,
   // with nothing sent, when a text holds a CR or LF; negative when the connection failed.
   int SendCommandLine(const char* command, const char* argument);
+  // What a reply of standard mode may hold at most, in bytes.
+  static constexpr int kLongestReply = 65536;
+  // Reads one line of a reply to its end, however long, lest its rest become the reply to the next
+  // command, and keeps what fits of it, terminated and without its line end. *budget, at first
+  // kLongestReply, is what the reply may still take. False when the line was cut off or exceeds
+  // that; the transfer has then failed.
+  bool ReceiveReplyLine(char* buffer, int size, int* budget);
 
   std::unique_ptr<TConnection> connection_;
   DWORD status_ = 0;
@@ -279,7 +286,6 @@ class BREVANT_API TPOP3 : public TProtocol {
 
   int ReceiveText(char* buffer, int size, bool keepTerminator);
   void ReadFailed();
-  bool ReceiveReplyStandard(char* buffer, int size);
   int NothingOpened();
   int ReadPlain(char* buffer, int size);
   int ReadStandard(char* buffer, int size);

@@ -121,13 +121,15 @@ class BREVANT_API TSMTP : public TProtocol {
   bool StandardMode() const { return (status_ & kStatusStandardMode) != 0; }
   bool Connected() const { return (status_ & kStatusConnected) != 0; }
   int ReceiveReply(char* line, int size);
-  int SendMailFrom();
+  int ReceiveReplyStandard(char* line, int size);
+  bool SendMailFrom();
   int SendRecipient(const char* recipient);
   int ResetTransaction();
+  bool MaySend();
   int SendBytes(const char* buffer, int size);
   int WriteStandard(const char* buffer, int size);
+  void ForgetTransaction();
   void ForgetMessage();
-  void StartSession();
 
   int senderAccepted_ = 0;
   int dataStarted_ = 0;

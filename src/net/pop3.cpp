@@ -17,8 +17,6 @@ namespace {
 
 constexpr int kReplySize = 256;
 constexpr int kStandardReplySize = 1024;
-// A reply of standard mode that goes on beyond this is no reply.
-constexpr int kLongestReply = 65536;
 constexpr DWORD kFarewell = 50;  // milliseconds for what the server still sends after "QUIT"
 
 // The text after the first space; null when there is none.
@@ -91,8 +89,10 @@ int TPOP3::SendCommand(const char* command, const char* argument) {
 
 int TPOP3::GetResponse(char* buffer, int size, int report) {
   std::array<char, kStandardReplySize> line;
-  const bool received = StandardMode() ? ReceiveReplyStandard(line.data(), kStandardReplySize)
-                                       : ReceiveText(line.data(), kReplySize, false) > 0;
+  int budget = kLongestReply;
+  const bool received =
+      StandardMode() ? ReceiveReplyLine(line.data(), kStandardReplySize, &budget) && line[0] != '\0'
+                     : ReceiveText(line.data(), kReplySize, false) > 0;
   if (!received) return 0;
   afterDot_ = false;
   atLineStart_ = true;
@@ -104,30 +104,6 @@ int TPOP3::GetResponse(char* buffer, int size, int report) {
   if (line[0] == '-' && report != 0)
     DisplayHistory("%s (POP3)", text != nullptr ? text : line.data());
   return 0;
-}
-
-// Keeps the beginning of a reply line and takes all of it, lest the rest become the reply to the
-// next command; false when the line was cut off or has no end.
-bool TPOP3::ReceiveReplyStandard(char* buffer, int size) {
-  std::array<char, kReplySize> rest;
-  const auto receive = [this](char* piece, int room) {
-    return connection_ == nullptr
-               ? -1
-               : Guarded(-1, [&] { return connection_->ReceivePiece(piece, room); });
-  };
-  int room = size;
-  int count = receive(buffer, room);
-  int taken = count;
-  bool ended = count > 0 && buffer[count - 1] == '\n';
-  while (!ended && count == room - 1 && taken < kLongestReply && !Stopped()) {
-    room = kReplySize;
-    count = receive(rest.data(), room);
-    taken += count;
-    ended = count > 0 && rest[static_cast<std::size_t>(count) - 1] == '\n';
-  }
-  if (!ended) TransferFailed();
-  if (ended) buffer[std::strcspn(buffer, "\r\n")] = '\0';
-  return ended && buffer[0] != '\0';
 }
 
 int TPOP3::GetFirst() {

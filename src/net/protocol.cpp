@@ -227,3 +227,27 @@ int TProtocol::SendCommandLine(const char* command, const char* argument) {
   if (sent < 1) TransferFailed();
   return sent;
 }
+
+bool TProtocol::ReceiveReplyLine(char* buffer, int size, int* budget) {
+  constexpr int kRestSize = 256;
+  std::array<char, kRestSize> rest;
+  const auto receive = [&](char* piece, int room) {
+    const int count = connection_ == nullptr
+                          ? -1
+                          : Guarded(-1, [&] { return connection_->ReceivePiece(piece, room); });
+    *budget -= count;
+    return count;
+  };
+  int room = size;
+  int count = receive(buffer, room);
+  bool ended = count > 0 && buffer[count - 1] == '\n';
+  while (!ended && count == room - 1 && *budget > 0 && !Stopped()) {
+    room = kRestSize;
+    count = receive(rest.data(), room);
+    ended = count > 0 && rest[static_cast<std::size_t>(count) - 1] == '\n';
+  }
+  ended = ended && *budget >= 0;
+  if (!ended) TransferFailed();
+  if (ended) buffer[std::strcspn(buffer, "\r\n")] = '\0';
+  return ended;
+}
