@@ -39,6 +39,13 @@ sockaddr_in Loopback(WORD port) {
 
 }  // namespace
 
+ServerAnswer ServerSession::OnRawLine(const std::string& line) {
+  const std::size_t end = line.ends_with("\r\n") ? line.size() - 2 : line.size() - 1;
+  return OnLine(line.substr(0, end));
+}
+
+void ServerSession::OnAnswer(const ServerAnswer&, const std::string&) {}
+
 LoopbackListener::LoopbackListener(WORD port, int backlog) {
   NeedNetwork();
   socket_ = socket(AF_INET, SOCK_STREAM, 0);
@@ -85,16 +92,16 @@ class LoopbackServer::Conversation {
 
   void Run() {
     const std::unique_ptr<ServerSession> session = server_.maker_();
-    if (!Answer({"GREETING", session->Greeting(), false, nullptr})) return;
+    if (!Answer(*session, {"GREETING", session->Greeting(), false, nullptr})) return;
     std::string line;
     while (ReadLine(&line)) {
-      if (!Answer(session->OnLine(line))) return;
+      if (!Answer(*session, session->OnRawLine(line))) return;
     }
   }
 
  private:
   // Whether the conversation goes on.
-  bool Answer(const ServerAnswer& answer) {
+  bool Answer(ServerSession& session, const ServerAnswer& answer) {
     static const Deviation kNone;
     const Deviation* found = server_.DeviationFor(answer.command);
     const Deviation& deviation = found != nullptr ? *found : kNone;
@@ -105,6 +112,7 @@ class LoopbackServer::Conversation {
     if (deviation.silent) bytes.clear();
     const bool drop = deviation.dropAfter >= 0;
     if (drop) bytes.resize(std::min(bytes.size(), static_cast<std::size_t>(deviation.dropAfter)));
+    session.OnAnswer(answer, bytes);
     const std::string_view all = bytes;
     const std::size_t burst = std::min(all.size(), static_cast<std::size_t>(deviation.burst));
     if (!Send(all.substr(0, burst), -1)) return false;
@@ -113,9 +121,11 @@ class LoopbackServer::Conversation {
       if (deviation.reset) ResetOnClose();
       return false;
     }
-    if (answer.afterwards && !Send(answer.afterwards(), -1)) return false;
     if (answer.close) shutdown(socket_, SD_SEND);
-    return !answer.close;
+    if (answer.close || !answer.afterwards) return !answer.close;
+    // A reply of another kind takes the place of all that would have followed.
+    if (deviation.replaced && bytes.substr(0, 1) != answer.bytes.substr(0, 1)) return true;
+    return Answer(session, {answer.command + "-END", answer.afterwards(), false, nullptr});
   }
 
   bool Flood(const Deviation& deviation) {
@@ -153,8 +163,7 @@ class LoopbackServer::Conversation {
     for (;;) {
       const std::size_t end = received_.find('\n');
       if (end != std::string::npos) {
-        *line = received_.substr(0, end);
-        if (!line->empty() && line->back() == '\r') line->pop_back();
+        *line = received_.substr(0, end + 1);
         received_.erase(0, end + 1);
         return true;
       }

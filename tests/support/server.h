@@ -22,7 +22,9 @@ struct ServerAnswer {
   std::string command;
   std::string bytes;
   bool close = false;
-  // Runs after the bytes were sent; what it gives is sent next (the end of a file transfer).
+  // Runs after the bytes were sent, unless a deviating reply of another kind (by its first
+  // character) took their place; what it gives is sent next, as the answer to the command with
+  // "-END" (the end of a file transfer).
   std::function<std::string()> afterwards;
 };
 
@@ -33,6 +35,11 @@ class ServerSession {
   virtual std::string Greeting() = 0;
   // line comes without its line end.
   virtual ServerAnswer OnLine(const std::string& line) = 0;
+  // line comes with its line end, which is LF or CR LF.
+  virtual ServerAnswer OnRawLine(const std::string& line);
+  // The answer is about to be sent, with these bytes: a deviation may have changed them, and a
+  // personality that does what its answers say goes by what is sent.
+  virtual void OnAnswer(const ServerAnswer& answer, const std::string& sent);
 };
 
 // How the answer to a command departs from what it should be.
