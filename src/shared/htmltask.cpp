@@ -17,13 +17,6 @@ constexpr const char* kModule = "..\\shared\\htmltask.cpp";
 constexpr const char* kLastUpdate = "Last Site Update Time";
 constexpr std::array<std::string_view, 4> kDataExtensions = {".mwd", ".mwe", ".mwf", ".mwg"};
 
-TTime ToLocal(const TTime& time) {
-  // West of Greenwich the time of no file at all would become one long past every other.
-  if (time.IsZero()) return time;
-  FILETIME local{};
-  return FileTimeToLocalFileTime(&time.FileTime(), &local) != 0 ? TTime(local) : TTime();
-}
-
 // By the name's own extension: a search by pattern looks at short names too.
 TTime NewestDataFile(const std::string& directory) {
   TTime newest;
@@ -58,8 +51,8 @@ bool THtmlTask::IsDue() const {
   TTime newest = setup_->LastModifyTime();
   const std::string templates = setup_->String("HTML Template Directory");
   const std::string data = setup_->String("Data Directory");
-  newest = std::max(newest, ToLocal(brevant::NewestFileTime(templates + "*.*")));
-  newest = std::max(newest, ToLocal(NewestDataFile(data)));
+  newest = std::max(newest, brevant::LocalFileTime(brevant::NewestFileTime(templates + "*.*")));
+  newest = std::max(newest, brevant::LocalFileTime(NewestDataFile(data)));
   const TTime last = state_ == nullptr ? TTime() : state_->Time(kLastUpdate);
   return last < newest;
 }

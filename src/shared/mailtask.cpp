@@ -3,6 +3,7 @@
 #include "board/list_index.h"
 #include "frame/reporting.h"
 #include "platform/win32.h"
+#include "shared/client_settings.h"
 #include "shared/link_subject.h"
 #include "shared/mailing_lists.h"
 #include "shared/subject_tag.h"
@@ -26,13 +27,6 @@ using brevant::TVoteResult;
 namespace {
 
 constexpr const char* kModule = "..\\shared\\mailtask.cpp";
-// Stands for the protocol's own port.
-constexpr WORD kDefaultPort = 0xFFFF;
-
-WORD Port(const TSetup& setup) {
-  const DWORD port = setup.Number("POP3 Port");
-  return port > 0 && port < kDefaultPort ? static_cast<WORD>(port) : kDefaultPort;
-}
 
 bool SetLinkId(TMail& mail, const TMailRoute& route) {
   const LONG answered = brevant::TagLinkId(brevant::ParseSubjectTag(route.header));
@@ -143,14 +137,10 @@ int TMailRetrievalTask::ExecuteRun() {
 bool TMailRetrievalTask::LogOn(const std::string& server) {
   // An abort ends waits only, and a server nearby may answer without one.
   if (Aborted()) return false;
-  if (setup_->Integer("Standard POP3 Mode") != 0) {
-    client_.Status() |= kStatusStandardMode;
-  } else {
-    client_.Status() &= ~static_cast<DWORD>(kStatusStandardMode);
-  }
+  brevant::ApplyStandardMode(client_, *setup_, "Standard POP3 Mode");
   const std::string password = setup_->String("POP3 Password");
   const TSecurityInfos security(setup_->String("POP3 Account"), password.c_str());
-  return client_.Connect(server.c_str(), security, Port(*setup_)) != 0;
+  return client_.Connect(server.c_str(), security, brevant::PortSetting(*setup_, "POP3 Port")) != 0;
 }
 
 void TMailRetrievalTask::WatchCommits(TRun& run) {

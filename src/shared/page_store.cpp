@@ -74,15 +74,16 @@ UniqueFile CreateToWrite(const std::string& path) {
 
 bool IsUnfinishedName(std::string_view name) { return EqualsIgnoreCase(name, kUnfinishedName); }
 
-void ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take) {
+bool ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take) {
   WIN32_FIND_DATAA data;
   const UniqueSearch search(FindFirstFileA(pattern.c_str(), &data));
-  if (!search) return;
+  if (!search) return false;
   bool goOn = true;
   do {
     const std::string_view name = data.cFileName;
     if (name != "." && name != "..") goOn = take(FactsOf(data));
   } while (goOn && FindNextFileA(search.Get(), &data) != 0);
+  return true;
 }
 
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
@@ -105,6 +106,13 @@ TTime NewestFileTime(const std::string& pattern) {
   TTime newest;
   ForEachFile(pattern, [&](const TFileFacts& file) { newest = std::max(newest, file.written); });
   return newest;
+}
+
+TTime LocalFileTime(const TTime& time) {
+  // West of Greenwich the time of no file at all would become one long past every other.
+  if (time.IsZero()) return time;
+  FILETIME local{};
+  return FileTimeToLocalFileTime(&time.FileTime(), &local) != 0 ? TTime(local) : TTime();
 }
 
 bool ReadWholeFile(const std::string& path, std::string* bytes) {

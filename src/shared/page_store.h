@@ -32,8 +32,8 @@ struct TFileFacts {
 };
 
 // Hands everything that matches pattern, but "." and "..", to take, ordered by name, until take
-// gives false.
-void ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take);
+// gives false. False when the directory cannot be listed, or nothing matches, not even those two.
+bool ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take);
 // The same for every file, no directory.
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take);
 // The file (no directory) at path; false when there is none. path holds no wildcard characters.
@@ -41,6 +41,8 @@ bool FindFile(const std::string& path, TFileFacts* facts);
 // The newest last-write time (Greenwich) of the files, not directories, that match pattern; zero
 // when none does.
 TTime NewestFileTime(const std::string& pattern);
+// A file's time as local time; that of no file stays zero.
+TTime LocalFileTime(const TTime& time);
 // The whole file; false when it cannot be opened or read.
 bool ReadWholeFile(const std::string& path, std::string* bytes);
 // The path made absolute, "." and ".." resolved; empty when it names nothing.
