@@ -26,7 +26,7 @@ install(FILES
   DESTINATION ${package_dir})
 
 if(WIN32)
-  set(BREVANT_PC_LIBS_PRIVATE "-lole32 -luuid -lws2_32")
+  set(BREVANT_PC_LIBS_PRIVATE "-lole32 -luuid -lws2_32 -lssp")
 else()
   set(BREVANT_PC_LIBS_PRIVATE "-pthread -ldl")
 endif()

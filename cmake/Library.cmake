@@ -11,6 +11,7 @@ add_library(brevant::static ALIAS brevant_static)
 foreach(product brevant brevant_static)
   # The objects are compiled already: all that is left to say is what they link with.
   target_link_libraries(${product} PRIVATE ${BREVANT_SYSTEM_LIBRARIES})
+  target_link_libraries(${product} PRIVATE $<BUILD_INTERFACE:brevant_hardening>)
   target_include_directories(${product} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src/platform/${BREVANT_PLATFORM}/include>

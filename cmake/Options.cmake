@@ -22,7 +22,8 @@ endif()
 if(WIN32)
   target_compile_definitions(brevant_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 __USE_MINGW_ANSI_STDIO=1)
-  set(BREVANT_SYSTEM_LIBRARIES ole32 uuid ws2_32)
+  # ssp: the stack protector calls into a library of the compiler there.
+  set(BREVANT_SYSTEM_LIBRARIES ole32 uuid ws2_32 ssp)
   target_link_options(brevant_options INTERFACE -static)
 else()
   find_package(Threads REQUIRED)
