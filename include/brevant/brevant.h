@@ -7,6 +7,7 @@
 #include <brevant/ftp.h>
 #include <brevant/link_list.h>
 #include <brevant/net.h>
+#include <brevant/remote_fat.h>
 #include <brevant/smtp.h>
 #include <brevant/store.h>
 #include <brevant/survey_question.h>

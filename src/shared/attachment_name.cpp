@@ -1,5 +1,6 @@
 #include "shared/attachment_name.h"
 
+#include "shared/short_name.h"
 #include "store/ascii.h"
 
 #include <algorithm>
@@ -37,17 +38,6 @@ std::string_view Extension(std::string_view name) {
 bool IsOneOf(std::string_view text, const auto& list) {
   return std::any_of(std::begin(list), std::end(list),
                      [text](std::string_view entry) { return EqualsIgnoreCase(text, entry); });
-}
-
-bool Fits83(std::string_view name) {
-  const std::size_t dot = name.find('.');
-  const std::string_view base = name.substr(0, dot);
-  const std::string_view extension =
-      dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
-  if (base.empty() || base.size() > 8 || extension.size() > 3) return false;
-  constexpr std::string_view kNever = ".+,;[] ";
-  return base.find_first_of(kNever) == std::string_view::npos &&
-         extension.find_first_of(kNever) == std::string_view::npos;
 }
 
 bool ContainsIgnoringCase(std::string_view text, std::string_view part) {
@@ -108,7 +98,7 @@ bool IsImageName(std::string_view name) {
 
 std::string StoredFileName(std::string_view prefix, std::string_view safeName) {
   std::string stored = std::string(prefix) + std::string(safeName);
-  if (Fits83(stored)) {
+  if (FitsShortName(stored)) {
     for (char& c : stored) c = ToLowerAscii(c);
   }
   return stored;

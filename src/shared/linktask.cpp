@@ -23,13 +23,6 @@ constexpr const char* kLastScan = "Last Local Directory Scan Time";
 constexpr const char* kLastUpdate = "Last Site Update Time";
 constexpr DWORD kBlockBytes = 32768;
 
-bool CanEnter(const std::string& root) {
-  if (root.empty()) return false;
-  // Through the directory, not just to it: that takes the right to search it.
-  const DWORD attributes = GetFileAttributesA((root + ".").c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 void TakeLinks(const brevant::TPageWriter& page, brevant::TKeptFiles& kept) {
   for (const std::string_view name : brevant::kLinkAttributes) {
     brevant::TAttribute link;
@@ -74,7 +67,7 @@ int TFileManagementTask::ExecuteScan() {
   TraceHere();
   const std::string directory = setup_->String("Local Directory");
   const std::string root = brevant::RootOf(directory);
-  if (!CanEnter(root)) {
+  if (!brevant::CanEnter(root)) {
     DisplayHistory("Cannot change directory to %s (Local)", directory.c_str());
     return 0;
   }

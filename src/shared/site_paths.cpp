@@ -27,6 +27,13 @@ std::string RootOf(const std::string& directory) {
   return root;
 }
 
+bool CanEnter(const std::string& root) {
+  if (root.empty()) return false;
+  // Through the directory, not just to it: that takes the right to search it.
+  const DWORD attributes = GetFileAttributesA((root + ".").c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool IsBelow(std::string_view path, std::string_view root) {
   if (root.empty() || path.size() <= root.size()) return false;
   for (std::size_t i = 0; i < root.size(); ++i) {

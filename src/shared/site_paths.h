@@ -24,6 +24,10 @@ std::string FileNameOf(const std::string& path);
 // The full path of a directory, with a final separator; empty for an empty one.
 std::string RootOf(const std::string& directory);
 
+// Whether there is a directory at root, a path with its final separator, whose files can be looked
+// at. An empty path is none.
+bool CanEnter(const std::string& root);
+
 // Whether path lies below root, both being full paths, root with its final separator. An empty root
 // holds nothing.
 bool IsBelow(std::string_view path, std::string_view root);
