@@ -3,6 +3,7 @@
 
 #include <brevant/board.h>
 #include <brevant/contributor.h>
+#include <brevant/dial_up.h>
 #include <brevant/frame.h>
 #include <brevant/ftp.h>
 #include <brevant/link_list.h>

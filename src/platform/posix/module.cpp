@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <dlfcn.h>
 #include <new>
 #include <string>
 #include <unistd.h>
@@ -33,6 +34,32 @@ DWORD GetModuleFileNameA(HMODULE module, char* path, DWORD size) try {
   return size;
 } catch (const std::bad_alloc&) {
   return brevant::posix::FailForMemory(), 0;
+}
+
+HMODULE LoadLibraryA(const char* name) {
+  if (name == nullptr) {
+    brevant::posix::Fail(ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  // What it needs must be there now, not at some later call.
+  const HMODULE module = ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
+  if (module == nullptr) brevant::posix::Fail(ERROR_MOD_NOT_FOUND);
+  return module;
+}
+
+FARPROC GetProcAddress(HMODULE module, const char* name) {
+  if (module == nullptr || name == nullptr) {
+    brevant::posix::Fail(module == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  const auto address = reinterpret_cast<FARPROC>(::dlsym(module, name));
+  if (address == nullptr) brevant::posix::Fail(ERROR_PROC_NOT_FOUND);
+  return address;
+}
+
+BOOL FreeLibrary(HMODULE module) {
+  if (module != nullptr && ::dlclose(module) == 0) return TRUE;
+  return brevant::posix::Fail(ERROR_INVALID_HANDLE);
 }
 
 BOOL MessageBeep(UINT) {

@@ -12,3 +12,10 @@
 #include "platform/posix/structured_storage.h"
 
 #include <brevant/platform_types.h>
+
+namespace brevant::platform {
+
+// A connection of the Remote Access Service.
+using RasHandle = DWORD;
+
+}  // namespace brevant::platform
