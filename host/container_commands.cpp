@@ -189,6 +189,8 @@ int ContainerDeleteCommand(const ContainerKind& kind, const ContainerOptions& op
   if (kind.erase(name.c_str(), directory.c_str()) == 0) {
     throw UserError("Cannot delete " + directory + name + kind.extension);
   }
+  // No file that is left became newer by it, and the pages must lose its name all the same.
+  session.State().Number("Last Site Update Time", DWORD{0});
   PrintLine("Deleted the " + std::string(kind.word) + " \"" + name + "\" and its " + kind.item +
             "s");
   return kExitSuccess;

@@ -17,14 +17,15 @@ struct TaskInfo {
   const char* word;  // what the user types
   const char* name;  // what the library calls it
   const char* what;
+  const char* server;  // the setting without which it has nowhere to go; null: it needs none
 };
 
 constexpr TaskInfo kTasks[] = {
-    {"retrieve", "MAIL RETRIEVAL", "Fetching mail"},
-    {"dispatch", "MAIL DISPATCH", "Passing posts on to mailing lists"},
-    {"html", "HTML", "Generating the site"},
-    {"files", "FILE MANAGEMENT", "Tidying the site"},
-    {"deliver", "FILE DELIVERY", "Delivering the site"},
+    {"retrieve", "MAIL RETRIEVAL", "Fetching mail", "POP3 Server"},
+    {"dispatch", "MAIL DISPATCH", "Passing posts on to mailing lists", "SMTP Server"},
+    {"html", "HTML", "Generating the site", nullptr},
+    {"files", "FILE MANAGEMENT", "Tidying the site", nullptr},
+    {"deliver", "FILE DELIVERY", "Delivering the site", "FTP Server"},
 };
 
 // The task that runs now, for the thread on which the user's interruption arrives.
@@ -48,7 +49,7 @@ class CurrentTask {
   std::atomic<int> signal_{0};
 };
 
-enum class Outcome { kSuccess, kFailure, kNotBuilt, kSkipped };
+enum class Outcome { kSuccess, kFailure, kSkipped };
 
 class Run {
  public:
@@ -81,25 +82,34 @@ class Run {
                                                task.word) != options_.tasks.end();
   }
 
+  // Why the task is not to run; empty when it is.
+  std::string Obstacle(const TaskInfo& info) const {
+    if (info.word == std::string("files") && !pagesMade_) {
+      // An attachment that no page shows yet would count as unused.
+      return "it needs pages generated in the same run (html)";
+    }
+    // Asked for by name, a task tells itself that it has no server; delivery alone takes that for
+    // nothing to do, and whoever asks for it believes his site to be on the server.
+    const bool asked = !options_.tasks.empty() && info.word != std::string("deliver");
+    if (info.server == nullptr || asked || session_.Setup().String(info.server)[0] != '\0') {
+      return {};
+    }
+    return "the setting \"" + std::string(info.server) + "\" is empty";
+  }
+
   Outcome ExecuteOne(const TaskInfo& info) {
     const std::string head = std::string(info.word) + ": ";
-    if (options_.tasks.empty() && info.word == std::string("retrieve") &&
-        session_.Setup().String("POP3 Server")[0] == '\0') {
-      PrintLine(head + "left out, the setting \"POP3 Server\" is empty");
+    const std::string obstacle = Obstacle(info);
+    if (!obstacle.empty()) {
+      PrintLine(head + "left out, " + obstacle);
       return Outcome::kSkipped;
     }
     TTask* task = CreateTask(info.name);
     if (task == nullptr) {
-      PrintLine(head + "not part of this version yet");
-      return Outcome::kNotBuilt;
+      PrintLine(head + "cannot be started");
+      return Outcome::kFailure;
     }
-    Outcome outcome = Outcome::kSkipped;
-    if (info.word == std::string("files") && !pagesMade_) {
-      // An attachment that no page shows yet would count as unused.
-      PrintLine(head + "left out, it needs pages generated in the same run (html)");
-    } else {
-      outcome = Perform(info, *task);
-    }
+    const Outcome outcome = Perform(info, *task);
     DestroyTask(task);
     return outcome;
   }
