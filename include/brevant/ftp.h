@@ -26,16 +26,15 @@ struct sockaddr_in;
 using TDestination = sockaddr_in;
 
 // The status bits of TFTP beside those of every client (1, 8 and 256).
-enum TFTPStatus : DWORD {
-  kStatusRetrieving = 2,     // a file was opened for reading, or its time was looked at
-  kStatusMayTransfer = 4,    // a file was opened; clear when its time forbade that
-  kStatusDataStream = 16,    // goes with bit 1 when the data connection is closed
-  kStatusTimeChecked = 32,   // during OpenResourceIfNewer and OpenResourceIfOlder
-  kStatusListComplete = 64,  // the directory list is that of the current directory
-  // Set and cleared by the caller, at any time: the server opens the port of a data connection and
-  // the client connects to it; without this bit it is the other way round.
-  kStatusPassive = 128,
-};
+inline constexpr DWORD kStatusRetrieving = 2;   // opened for reading, or its time was looked at
+inline constexpr DWORD kStatusMayTransfer = 4;  // a file was opened; clear when its time forbade it
+inline constexpr DWORD kStatusDataStream = 16;  // goes with bit 1 when the data connection closes
+// Set during OpenResourceIfNewer and OpenResourceIfOlder.
+inline constexpr DWORD kStatusTimeChecked = 32;
+inline constexpr DWORD kStatusListComplete = 64;  // the directory list is the current directory's
+// Set and cleared by the caller, at any time: the server opens the port of a data connection and
+// the client connects to it; without this bit it is the other way round.
+inline constexpr DWORD kStatusPassive = 128;
 
 // An entry of a directory.
 struct TFindData {
@@ -179,28 +178,34 @@ class BREVANT_API TFTP : public TProtocol {
 
   bool StandardMode() const { return (status_ & kStatusStandardMode) != 0; }
   bool Connected() const { return (status_ & kStatusConnected) != 0; }
-  int ReceiveReplyLine(char* buffer, int size);
-  bool SkipReplyLines(char* line, int size);
+  int KeepHost(const char* host);
+  bool ReceivePlainLine(char* buffer, int size, int* budget);
+  int ReceiveFirstLine(char* buffer, int size, int* budget);
+  bool SkipFurtherLines(char* line, int size, int* budget);
   bool SettleReplies();
+  Reply ReceiveReply();
   Reply Command(const char* command, const char* argument);
   int Succeeds(const char* command, const char* argument);
   int SendPath(const char* command, const char* path);
-  int EnterDirectoryOf(const char* path, const char** name);
+  bool EnterDirectoryOf(const char* path, const char** name);
   int OpenHere(const char* name, int mode);
-  int OpenIf(const char* name, int mode, const TTime& time, Wanted wanted);
+  int OpenIf(const char* path, int mode, const TTime& time, Wanted wanted);
   int OpenPassive(const char* command, const char* argument);
   int OpenActive(const char* command, const char* argument);
-  std::unique_ptr<TConnection> AcceptFromPeer(TConnection& listener);
+  std::unique_ptr<TConnection> AcceptServer(TConnection& listener);
   bool BeginTransfer(const char* command, const char* argument);
+  LONG FinishTransfer();
+  int CountTransfer(int result);
   void SetDataConnection(std::unique_ptr<TConnection> connection);
-  int ReadLines(const char* command, std::vector<std::string>* lines);
+  int ReadListing(const char* command, std::string* text);
   void ForgetDirectory();
-  static void AddDetails(const std::vector<std::string>& lines, std::vector<TFindData>* entries);
+  int FindFrom(Search& search, TFindData* findData);
 
   std::unique_ptr<TConnection> dataConnection_;
   std::optional<std::string> connectedHost_;
   std::vector<TFindData> directoryList_;
 
+  LONG transferReply_ = 0;  // what answered the last transfer's command; 0 when none was sent
   DWORD directoryGeneration_ = 0;  // counts the changes of the list
   std::vector<std::unique_ptr<Search>> searches_;
   // Replies that the server still owes for what was sent and not waited for.

@@ -144,6 +144,8 @@ class BREVANT_API TProtocol {
     TransferFailed();
     return true;
   }
+  // Whether the text holds neither CR nor LF.
+  static bool IsOneLine(const char* text);
   // Sends "command argument" and CR LF as one piece; the argument may be null. The count sent; 0,
   // with nothing sent, when a text holds a CR or LF; negative when the connection failed.
   int SendCommandLine(const char* command, const char* argument);

@@ -280,6 +280,15 @@ int TConnection::SendTo(const char* buffer, int size, DWORD address, WORD port) 
   }
 }
 
+int TConnection::SendAtOnce(const char* buffer, int size) {
+  return transport_ == nullptr ? brevant::kTransferFailed : transport_->Send(buffer, size);
+}
+
+bool TConnection::HasInput() const {
+  return Held() > 0 ||
+         (socket_.IsOpen() && platform::WaitForReadiness(Socket(), Readiness::kReadable, 0));
+}
+
 int TConnection::OwnAddress(TDestination* address) const {
   return socket_.IsOpen() && platform::OwnAddress(Socket(), address) ? 1 : 0;
 }

@@ -84,6 +84,11 @@ class TConnection {
   // Sends all bytes; size, or -1 when that was not possible.
   int Send(const char* buffer, int size);
   int SendTo(const char* buffer, int size, DWORD address, WORD port);
+  // One attempt to send, which does not wait; the count of bytes or a negative number. It may come
+  // from a thread other than the connection's.
+  int SendAtOnce(const char* buffer, int size);
+  // Whether a receive would give something, if only the peer's end, without waiting.
+  bool HasInput() const;
 
   // Looks the host up; its entry is then in Host(). A dotted address without a name gives an entry
   // that holds the address alone.

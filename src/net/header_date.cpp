@@ -1,7 +1,7 @@
 #include "net/header_date.h"
 
+#include "net/date_words.h"
 #include "store/ascii.h"
-#include "store/name_tables.h"
 
 #include <algorithm>
 #include <array>
@@ -13,81 +13,19 @@
 namespace brevant {
 namespace {
 
-constexpr std::size_t kLongestWord = 79;
-
-// The blank-separated words; those of 80 characters or more are left out and not counted.
-std::vector<std::string_view> SplitWords(std::string_view text) {
-  std::vector<std::string_view> words;
-  TextScanner scan(text);
-  std::string_view word;
-  while (scan.Word(word, std::string_view::npos)) {
-    if (word.size() <= kLongestWord) words.push_back(word);
-  }
-  return words;
+// The year that a number beside the day means; two digits stand as they are, and make a zero time.
+int HeaderYear(int number) {
+  return (number > 1900 && number < 2100) || (number > 0 && number < 99) ? number : 0;
 }
-
-bool IsNumber(std::string_view word) {
-  return !word.empty() && std::all_of(word.begin(), word.end(), IsDigitAscii);
-}
-
-// 1 to 12 for the three letters of a month's name or the whole name, else 0.
-int MonthOf(std::string_view word) {
-  constexpr std::array<std::string_view, 12> kLongNames = {
-      "January", "February", "March",     "April",   "May",      "June",
-      "July",    "August",   "September", "October", "November", "December"};
-  for (std::size_t i = 0; i < kMonthNames.size(); ++i) {
-    if (EqualsIgnoreCase(word, kMonthNames[i]) || EqualsIgnoreCase(word, kLongNames[i]))
-      return static_cast<int>(i) + 1;
-  }
-  return 0;
-}
-
-struct TimeOfDay {
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-};
-
-bool ReadTimeOfDay(std::string_view word, TimeOfDay& time) {
-  if (word.find(':') == std::string_view::npos) return false;
-  const std::string text(word);
-  return ParseTime(text.c_str(), &time.hour, &time.minute, &time.second) != 0;
-}
-
-// The parts of a date by the places of the words; word numbers count from 1, 0 is none.
-struct WordDate {
-  std::optional<TimeOfDay> time;
-  int month = 0;
-  int monthWord = 0;
-  int day = 0;
-  int year = 0;
-};
 
 WordDate ReadWords(const std::vector<std::string_view>& words) {
   WordDate date;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    TimeOfDay time;
-    if (!date.time && ReadTimeOfDay(words[i], time)) date.time = time;
-    const int month = date.month == 0 ? MonthOf(words[i]) : 0;
-    if (month == 0) continue;
-    date.month = month;
+  FindTimeOfDay(words, date);
+  for (std::size_t i = 0; i < words.size() && date.month == 0; ++i) {
+    date.month = MonthOf(words[i]);
     date.monthWord = static_cast<int>(i) + 1;
   }
-  if (date.month == 0) return date;
-  int dayWord = 0;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    if (!IsNumber(words[i])) continue;
-    const int word = static_cast<int>(i) + 1;
-    const std::int32_t number = LeadingNumber(words[i]);
-    const bool besideMonth = word == date.monthWord - 1 || word == date.monthWord + 1;
-    if (besideMonth && number > 1 && number < 31) {
-      date.day = number;
-      dayWord = word;
-    } else if (dayWord != 0 && (word == date.monthWord + 1 || word == dayWord + 1) &&
-               ((number > 1900 && number < 2100) || (number > 0 && number < 99))) {
-      date.year = number;
-    }
-  }
+  FindDayAndYear(words, HeaderYear, date);
   return date;
 }
 

@@ -55,8 +55,6 @@ char* CopyText(const char* text, std::string& copy) {
   });
 }
 
-bool IsOneLine(const char* text) { return std::strpbrk(text, "\r\n") == nullptr; }
-
 }  // namespace
 
 TSecurityInfos::TSecurityInfos(const char* accountText, const char* passwordText) {
@@ -214,6 +212,8 @@ void TProtocol::SetTimeout(DWORD milliseconds) {
   timeout_ = milliseconds;
   if (connection_ != nullptr) connection_->SetTimeout(milliseconds);
 }
+
+bool TProtocol::IsOneLine(const char* text) { return std::strpbrk(text, "\r\n") == nullptr; }
 
 int TProtocol::SendCommandLine(const char* command, const char* argument) {
   if (!IsOneLine(command) || (argument != nullptr && !IsOneLine(argument))) return 0;

@@ -6,21 +6,25 @@
 #include "platform/posix/paths.h"
 #include "platform/posix/short_names.h"
 #include "platform/posix/times.h"
-#include "platform/posix/wildcards.h"
+#include "platform/wildcards.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using brevant::posix::Fail;
 using brevant::posix::FailForMemory;
+using brevant::posix::FailFromErrno;
 using brevant::posix::FileFacts;
 using brevant::posix::FileReference;
 using brevant::posix::Resolve;
@@ -38,21 +42,26 @@ struct Entry {
 
 // The names of a directory as Windows would list them: sorted by upper-cased name, of names that
 // differ in case only the first, and none with a backslash in it, which no path could name (and
-// which could lead out of the directory).
-std::vector<Entry> ListNames(const std::string& directory) {
+// which could lead out of the directory). Nothing, with the last error set, when the directory
+// cannot be read to its end: what is missing in a listing may be taken for deleted.
+std::optional<std::vector<Entry>> ListNames(const std::string& directory) {
   std::vector<Entry> entries;
   struct Closer {
     void operator()(DIR* stream) const { ::closedir(stream); }
   };
   const std::unique_ptr<DIR, Closer> stream(::opendir(directory.c_str()));
-  if (stream == nullptr) return entries;
-  while (const dirent* item = ::readdir(stream.get())) {
+  if (stream == nullptr) return FailFromErrno(), std::nullopt;
+  for (;;) {
+    errno = 0;
+    const dirent* item = ::readdir(stream.get());
+    if (item == nullptr) break;
     const std::string name = item->d_name;
     const bool listed = item->d_type == DT_REG || item->d_type == DT_DIR ||
                         item->d_type == DT_LNK || item->d_type == DT_UNKNOWN;
     if (!listed || name == "." || name == ".." || name.find('\\') != std::string::npos) continue;
     entries.push_back({brevant::posix::UpperCased(name), name});
   }
+  if (errno != 0) return FailFromErrno(), std::nullopt;
   std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
     return a.upper != b.upper ? a.upper < b.upper : a.name < b.name;
   });
@@ -62,20 +71,24 @@ std::vector<Entry> ListNames(const std::string& directory) {
   return entries;
 }
 
-std::vector<FoundName> Match(const std::string& directory, const std::string& pattern) {
+// Nothing when the directory cannot be listed, which the last error tells.
+using FoundNames = std::optional<std::vector<FoundName>>;
+
+FoundNames Match(const std::string& directory, const std::string& pattern) {
   std::vector<FoundName> found;
   for (const char* dots : {".", ".."}) {
     // A directory's own two entries have no extension, whatever their dots look like.
-    const bool matches = brevant::posix::MatchesPattern(dots, pattern) || pattern == "*.";
+    const bool matches = brevant::platform::MatchesPattern(dots, pattern) || pattern == "*.";
     if (matches) found.push_back({dots, ""});
   }
-  const std::vector<Entry> entries = ListNames(directory);
+  const std::optional<std::vector<Entry>> entries = ListNames(directory);
+  if (!entries) return std::nullopt;
   brevant::posix::ShortNames shortNames;
-  for (const Entry& entry : entries) shortNames.Reserve(entry.name);
-  for (const Entry& entry : entries) {
+  for (const Entry& entry : *entries) shortNames.Reserve(entry.name);
+  for (const Entry& entry : *entries) {
     std::string alternate = shortNames.Next(entry.name);
-    if (brevant::posix::MatchesPattern(entry.name, pattern) ||
-        (!alternate.empty() && brevant::posix::MatchesPattern(alternate, pattern))) {
+    if (brevant::platform::MatchesPattern(entry.name, pattern) ||
+        (!alternate.empty() && brevant::platform::MatchesPattern(alternate, pattern))) {
       found.push_back({entry.name, std::move(alternate)});
     }
   }
@@ -84,14 +97,14 @@ std::vector<FoundName> Match(const std::string& directory, const std::string& pa
 
 // A name without wildcards: one look-up, no walk through the directory. So its alternate name has
 // the number 1, whatever stands beside it.
-std::vector<FoundName> MatchOne(const std::string& directory, std::string name) {
+FoundNames MatchOne(const std::string& directory, std::string name) {
   while (name.size() > 1 && name.back() == '.' && name != "..") name.pop_back();
   const Resolved file = Resolve((directory + "/" + name).c_str());
   if (file.found) {
     const std::string spelled = file.path.substr(file.path.find_last_of('/') + 1);
-    return {{spelled, brevant::posix::ShortNames().Next(spelled)}};
+    return {{{spelled, brevant::posix::ShortNames().Next(spelled)}}};
   }
-  if (name.find('~') == std::string::npos) return {};
+  if (name.find('~') == std::string::npos) return std::vector<FoundName>();
   return Match(directory, name);
 }
 
@@ -159,9 +172,10 @@ HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) try {
     return Fail(ERROR_PATH_NOT_FOUND), INVALID_HANDLE_VALUE;
   }
   if (name.empty()) return Fail(ERROR_FILE_NOT_FOUND), INVALID_HANDLE_VALUE;
-  auto search = std::make_shared<Search>(resolved.path, brevant::posix::HasWildcards(name)
-                                                            ? Match(resolved.path, name)
-                                                            : MatchOne(resolved.path, name));
+  FoundNames names = brevant::platform::HasWildcards(name) ? Match(resolved.path, name)
+                                                           : MatchOne(resolved.path, name);
+  if (!names) return INVALID_HANDLE_VALUE;
+  auto search = std::make_shared<Search>(resolved.path, std::move(*names));
   if (!search->Next(data)) return Fail(ERROR_FILE_NOT_FOUND), INVALID_HANDLE_VALUE;
   HANDLE handle = search.get();
   const std::lock_guard<std::mutex> guard(searchesMutex);

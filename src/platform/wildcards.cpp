@@ -1,10 +1,8 @@
-#include "platform/posix/wildcards.h"
-
-#include "platform/posix/paths.h"
+#include "platform/wildcards.h"
 
 #include <vector>
 
-namespace brevant::posix {
+namespace brevant::platform {
 namespace {
 
 // What a pattern is made of. The kinds with "dos" behave differently near dots, so that patterns
@@ -15,6 +13,8 @@ struct Token {
   Kind kind;
   char letter = '\0';
 };
+
+char UpperAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 std::vector<Token> Compile(std::string_view pattern) {
   if (pattern == "*.*") pattern = "*";
@@ -89,4 +89,4 @@ bool MatchesPattern(std::string_view name, std::string_view pattern) {
   return reachable[name.size()] != 0;
 }
 
-}  // namespace brevant::posix
+}  // namespace brevant::platform

@@ -1,9 +1,9 @@
-// Wildcards as file searches on Windows understand them. Below the seam only.
+// Wildcards as file searches on Windows understand them.
 #pragma once
 
 #include <string_view>
 
-namespace brevant::posix {
+namespace brevant::platform {
 
 bool HasWildcards(std::string_view pattern);
 
@@ -12,4 +12,4 @@ bool HasWildcards(std::string_view pattern);
 // name or before a dot.
 bool MatchesPattern(std::string_view name, std::string_view pattern);
 
-}  // namespace brevant::posix
+}  // namespace brevant::platform

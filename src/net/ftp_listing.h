@@ -1,0 +1,20 @@
+// Listings of directories as servers send them.
+#pragma once
+
+#include "platform/win32.h"
+
+#include <brevant/ftp.h>
+
+#include <string_view>
+#include <vector>
+
+namespace brevant {
+
+// The entries that the lines of a list of names stand for, in its order, with nothing but a name.
+// A path before a name goes; what could not be a name in one directory is left out.
+std::vector<TFindData> ListedNames(std::string_view text);
+
+// Size, times and attributes from those lines of a detailed listing that end with an entry's name.
+void AddDetails(std::string_view text, std::vector<TFindData>& entries);
+
+}  // namespace brevant
