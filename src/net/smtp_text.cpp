@@ -76,6 +76,8 @@ bool IsFieldName(std::string_view text) {
 }
 
 std::optional<std::string> PathOf(std::string_view text) {
+  // Not even in a name before the path: who writes such an entry wants something else of it.
+  if (std::any_of(text.begin(), text.end(), IsControl)) return std::nullopt;
   const std::size_t bracket = text.ends_with('>') ? FindBracket(text) : std::string_view::npos;
   if (bracket != std::string_view::npos) text = text.substr(bracket + 1, text.size() - bracket - 2);
   if (!IsPath(text)) return std::nullopt;

@@ -119,7 +119,7 @@ int TMailDispatchTask::ExecuteRun() {
     if (!run.cache.Reliable()) run.failed = true;
     triesAgain = run.standard && (run.failed || Aborted());
   }
-  if (IsOpen()) client_.Disconnect();
+  client_.Disconnect();
   TraceHere();
   if (!triesAgain && state_ != nullptr) state_->Time(kLastScan, TTime::Now());
   return continue_ != 0 && worked_ != 0 ? 1 : 0;
@@ -209,6 +209,8 @@ TMailDispatchTask::TOutcome TMailDispatchTask::Send(TRun& run, TForum& forum, TM
 bool TMailDispatchTask::LogOn(TRun& run) {
   // An abort ends waits only, and a server nearby may answer without one.
   if (Aborted()) return false;
+  // What a connection that broke has left behind goes.
+  client_.Disconnect();
   brevant::ApplyStandardMode(client_, *setup_, "Standard SMTP Mode");
   const WORD port = brevant::PortSetting(*setup_, "SMTP Port");
   if (client_.Connect(run.server.c_str(), static_cast<short>(port)) != 0) {
@@ -358,8 +360,10 @@ bool TMailDispatchTask::EndData(const TRun& run) {
   }
   const bool taken = client_.Close() != 0;
   if (run.standard) return taken;
-  // Its answer counts for nothing here, and the message is out even if an abort came before it.
-  return IsOpen() || Aborted();
+  if (IsOpen()) return true;
+  // An abort that ends the wait for the answer changes nothing about a message that went out whole.
+  // Whether it did shows when something more is sent.
+  return Aborted() && client_.SendCommand("RSET", nullptr) > 0;
 }
 
 // Before the data has begun. The next message must not become part of this one.

@@ -7,6 +7,7 @@ namespace brevant {
 
 // Each gives null when memory runs out. setup and state are borrowed; state may be null.
 TTask* MakeMailRetrievalTask(TSetup* setup, TPersistentState* state);
+TTask* MakeMailDispatchTask(TSetup* setup, TPersistentState* state);
 TTask* MakeHtmlTask(TSetup* setup, TPersistentState* state);
 TTask* MakeFileManagementTask(TSetup* setup, TPersistentState* state);
 

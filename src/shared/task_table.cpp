@@ -9,6 +9,7 @@ namespace {
 // In the order in which CreateTask compares the names.
 constexpr TTaskEntry kTasks[] = {
     {"MAIL RETRIEVAL", MakeMailRetrievalTask},
+    {"MAIL DISPATCH", MakeMailDispatchTask},
     {"HTML", MakeHtmlTask},
     {"FILE MANAGEMENT", MakeFileManagementTask},
 };
