@@ -1,6 +1,7 @@
 #include "site_check.h"
 
 #include "support/temporary_directory.h"
+#include "text/filters.h"
 
 #include <filesystem>
 #include <regex>
@@ -10,18 +11,6 @@ namespace test {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string WithoutEntities(std::string text) {
-  const std::pair<const char*, const char*> entities[] = {
-      {"&quot;", "\""}, {"&lt;", "<"}, {"&gt;", ">"}, {"&amp;", "&"}};
-  for (const auto& [entity, character] : entities) {
-    for (std::size_t at = text.find(entity); at != std::string::npos;
-         at = text.find(entity, at + 1)) {
-      text.replace(at, std::string(entity).size(), character);
-    }
-  }
-  return text;
-}
 
 std::string WithoutUrlEncoding(const std::string& text) {
   std::string decoded;
@@ -49,12 +38,13 @@ std::map<std::string, std::string> PagesOf(const std::string& directory) {
 }
 
 std::vector<std::string> LocalLinks(const std::string& page) {
-  static const std::regex kLink("<[^<>]*\\s(?:href|src|background)\\s*=\\s*\"([^\"]*)\"",
-                                std::regex::icase);
+  static const std::regex kLink(
+      "<[^<>]*\\s(?:href|src|background)\\s*=\\s*(?:\"([^\"]*)\"|'([^']*)')", std::regex::icase);
   static const std::regex kScheme("^[A-Za-z][A-Za-z0-9+.-]*:.*");
   std::vector<std::string> links;
   for (std::sregex_iterator found(page.begin(), page.end(), kLink), end; found != end; ++found) {
-    std::string link = WithoutEntities((*found)[1].str());
+    std::string link = (*found)[1].matched ? (*found)[1].str() : (*found)[2].str();
+    brevant::HtmlDecodeToUtf8(link);
     if (std::regex_match(link, kScheme)) continue;
     link = WithoutUrlEncoding(link.substr(0, link.find_first_of("#?")));
     if (!link.empty()) links.push_back(link);
