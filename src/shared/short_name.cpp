@@ -15,7 +15,7 @@ bool FitsShortName(std::string_view name) {
                         return static_cast<unsigned char>(c) >= 128 || c == ' ' ||
                                std::string_view("+,;=[]").find(c) != std::string_view::npos;
                       }) &&
-         extension.find('.') == std::string_view::npos;
+         extension.find('.') == std::string_view::npos && name.back() != '.';
 }
 
 }  // namespace brevant

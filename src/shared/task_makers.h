@@ -10,5 +10,6 @@ TTask* MakeMailRetrievalTask(TSetup* setup, TPersistentState* state);
 TTask* MakeMailDispatchTask(TSetup* setup, TPersistentState* state);
 TTask* MakeHtmlTask(TSetup* setup, TPersistentState* state);
 TTask* MakeFileManagementTask(TSetup* setup, TPersistentState* state);
+TTask* MakeFileDeliveryTask(TSetup* setup, TPersistentState* state);
 
 }  // namespace brevant

@@ -12,6 +12,7 @@ constexpr TTaskEntry kTasks[] = {
     {"MAIL DISPATCH", MakeMailDispatchTask},
     {"HTML", MakeHtmlTask},
     {"FILE MANAGEMENT", MakeFileManagementTask},
+    {"FILE DELIVERY", MakeFileDeliveryTask},
 };
 
 }  // namespace
