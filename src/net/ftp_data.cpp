@@ -78,7 +78,7 @@ int TFTP::SetPort(const TDestination& destination) {
   std::memcpy(bytes.data() + 4, &destination.sin_port, 2);
   return Guarded(0, [&] {
     std::string text;
-    for (const unsigned char byte : bytes) (text += std::to_string(byte)) += ',';
+    for (const unsigned char part : bytes) (text += std::to_string(part)) += ',';
     text.pop_back();
     return Succeeds("PORT", text.c_str());
   });
