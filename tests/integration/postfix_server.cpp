@@ -99,6 +99,7 @@ constexpr std::string_view kMain =
     // No field is added to a header that lacks it.
     "local_header_rewrite_clients =\n"
     "smtpd_peername_lookup = no\n"
+    "in_flow_delay = 0\n"
     "smtpd_client_connection_count_limit = 0\n"
     "smtpd_error_sleep_time = 0\n"
     "notify_classes =\n";
