@@ -18,7 +18,12 @@
 #else
 #define BREVANT_API __declspec(dllimport)
 #endif
-// Gives an exported C function its leading underscore in the export table.
+// Gives an exported C function its leading underscore in the export table. On 32 bits a C name has
+// one more in the object file, which the linker takes off again.
+#if defined(_WIN64)
 #define BREVANT_EXPORTED_AS(name) __asm__("_" #name)
+#else
+#define BREVANT_EXPORTED_AS(name) __asm__("__" #name)
+#endif
 // Tells the compiler to check a printf-style format at the given argument positions.
 #define BREVANT_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
