@@ -133,6 +133,8 @@ void PrintNextSteps(const std::string& directory) {
   PrintLine(program + "config " + quoted + " set \"POP3 Account\" board");
   PrintLine(program + "config " + quoted + " set \"POP3 Password\" -");
   PrintLine(program + "run " + quoted);
+  PrintLine("With an \"FTP Server\" set, a run also uploads the site; \"config " + quoted +
+            " list\" names all settings.");
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ Examples:
   brevant-host config myboard set "POP3 Server" mail.example.org
   brevant-host config myboard set "POP3 Account" board
   brevant-host config myboard set "POP3 Password" -        (read from standard input)
+  brevant-host config myboard set "FTP Server" www.example.org
   brevant-host run myboard                      the whole round, for example from cron
 
 Exit code: 0 success, 1 something failed, 2 wrong use of the command, 128 + signal when interrupted.)";
@@ -46,7 +47,8 @@ void AddRun(CLI::App& app, Action& action) {
   command->add_option("TASK", options->tasks,
                       "retrieve: fetch mail; dispatch: pass posts on to mailing lists; html: "
                       "generate the site; files: remove unused files of the site (with html only); "
-                      "deliver: upload the site. Without a name all five in that order");
+                      "deliver: upload the site. Without a name all five in that order; "
+                      "what has no server is left out");
   command->add_flag("-v,--verbose", options->verbose, "print every step");
   command->callback(
       [options, &action] { action = [options] { return host::RunCommand(*options); }; });

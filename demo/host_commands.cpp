@@ -1,0 +1,60 @@
+#include "host_commands.h"
+
+#include "support/process.h"
+
+#include <cstdio>
+#include <sstream>
+#include <stdexcept>
+
+namespace demo {
+namespace {
+
+constexpr int kUploadsShown = 3;
+
+// As a shell wants it; the demonstration's own texts hold no single quotes.
+std::string Quoted(const std::string& text) {
+  const bool plain = !text.empty() && text.find_first_of(" <>\"$&*?;()|`\\,") == std::string::npos;
+  return plain ? text : "'" + text + "'";
+}
+
+std::string Skipped(int count) {
+  return "  ... and " + std::to_string(count) + " more files in the same way";
+}
+
+void PrintOutput(const std::string& output) {
+  std::istringstream lines(output);
+  int uploads = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("  Transferred ")) {
+      if (++uploads <= kUploadsShown) Print(line);
+      continue;
+    }
+    if (uploads > kUploadsShown) Print(Skipped(uploads - kUploadsShown));
+    uploads = 0;
+    Print(line);
+  }
+  if (uploads > kUploadsShown) Print(Skipped(uploads - kUploadsShown));
+}
+
+}  // namespace
+
+void Print(const std::string& text) {
+  std::fputs((text + "\n").c_str(), stdout);
+  std::fflush(stdout);
+}
+
+void RunHost(const std::vector<std::string>& arguments, const std::string& input) {
+  std::string shown = input.empty() ? "\n$ brevant-host" : "\n$ echo " + input + " | brevant-host";
+  std::vector<std::string> command = {DEMO_HOST};
+  for (const std::string& argument : arguments) {
+    shown += " " + Quoted(argument);
+    command.push_back(argument);
+  }
+  Print(shown);
+  const test::ProgramResult result =
+      test::RunProgram(command, input.empty() ? input : input + "\n");
+  PrintOutput(result.output);
+  if (result.exitCode != 0) throw std::runtime_error("the command above failed");
+}
+
+}  // namespace demo
