@@ -17,7 +17,9 @@ TEST_F(Commands, InitMakesABoardWithSettingsDirectoriesAndTemplates) {
   EXPECT_THAT(settings, HasSubstr("[Tavernix]"));
   EXPECT_THAT(settings, HasSubstr("BBS Name=Test Board"));
   for (const char* extra :
-       {"Standard POP3 Mode=1", "Keep Unsaved Mail=1", "Safe HTML=1", "Decode Mail Text=1"}) {
+       {"Standard POP3 Mode=1", "Standard SMTP Mode=1", "Standard FTP Mode=1",
+        "Keep Unsaved Mail=1", "Safe HTML=1", "Decode Mail Text=1", "Deliver Every Folder=1",
+        "Keep File Name Case=1", "Passive FTP Data Mode=1"}) {
     EXPECT_THAT(settings, HasSubstr(extra));
   }
 }

@@ -1,6 +1,8 @@
 // Running the tasks: order, lock, exit code, interruption.
 #include "host_fixture.h"
+#include "support/ftp_server.h"
 #include "support/pop3_server.h"
+#include "support/smtp_server.h"
 
 #include <chrono>
 #include <thread>
@@ -18,6 +20,11 @@ class Running : public Host {
                                             {"POP3 Account", "board"},
                                             {"POP3 Password", "secret"}}) {
       ASSERT_EQ(RunHost({"config", Board(), "set", key, value}).exitCode, 0);
+    }
+  }
+  void Configure(const std::map<std::string, std::string>& settings) {
+    for (const auto& [key, value] : settings) {
+      ASSERT_EQ(RunHost({"config", Board(), "set", key, value}).exitCode, 0) << key;
     }
   }
   // Times are kept in whole seconds, and two runs of a test may fall into one.
@@ -50,6 +57,53 @@ TEST_F(Running, AMailedPostBecomesAPage) {
             test::ReadFileBytes(entry.path().string()).find("the mailed text") != std::string::npos;
   }
   EXPECT_TRUE(found);
+}
+
+TEST_F(Running, AWholeRoundReachesTheSubscribersAndTheWebServer) {
+  InitWithForum();
+  ASSERT_EQ(RunHost({"subscribe", Board(), "General Talk", "ben@example.org"}).exitCode, 0);
+  test::Pop3Server mailbox({kMail});
+  test::SmtpServer smtp;
+  fs::create_directory(directory_ / "web");
+  test::FtpServer web(directory_ / "web");
+  UseMailbox(mailbox.Port());
+  Configure({{"SMTP Port", std::to_string(smtp.Port())},
+             {"FTP Server", "127.0.0.1"},
+             {"FTP Port", std::to_string(web.Port())},
+             {"FTP Account", "board"},
+             {"FTP Password", "secret"}});
+  test::ProgramResult result = RunHost({"run", Board()});
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  std::size_t at = 0;
+  for (const char* line : {"retrieve: done", "dispatch: done", "html: done", "files: done",
+                           "Transferred index.htm successfully", "deliver: done"}) {
+    at = result.output.find(line, at);
+    ASSERT_NE(at, std::string::npos) << line << "\n" << result.output;
+  }
+  ASSERT_EQ(smtp.Mails().size(), 1u);
+  EXPECT_EQ(smtp.Mails()[0].recipients, std::vector<std::string>{"ben@example.org"});
+  EXPECT_THAT(smtp.Mails()[0].content, HasSubstr("the mailed text"));
+  for (const fs::directory_entry& entry : fs::directory_iterator(InBoard("Site"))) {
+    EXPECT_EQ(test::ReadFileBytes(directory_ / "web/" + entry.path().filename().string()),
+              test::ReadFileBytes(entry.path().string()))
+        << entry.path();
+  }
+  EXPECT_TRUE(test::FileExists(InBoard("127.0.0.1.fat")));
+}
+
+TEST_F(Running, AnOutgoingServerThatDoesNotAnswerFailsTheRunAndNothingElse) {
+  InitWithForum();
+  ASSERT_EQ(RunHost({"subscribe", Board(), "General Talk", "ben@example.org"}).exitCode, 0);
+  const std::string closed = std::to_string(test::UnusedPort());
+  test::Pop3Server mailbox({kMail});
+  UseMailbox(mailbox.Port());
+  Configure({{"SMTP Port", closed}, {"FTP Server", "127.0.0.1"}, {"FTP Port", closed}});
+  test::ProgramResult result = RunHost({"run", Board()});
+  EXPECT_EQ(result.exitCode, 1);
+  for (const char* line : {"dispatch: failed", "html: done", "files: done", "deliver: failed"}) {
+    EXPECT_THAT(result.output, HasSubstr(line));
+  }
+  EXPECT_THAT(test::ReadFileBytes(InBoard("error.log")), HasSubstr("Cannot log onto 127.0.0.1"));
 }
 
 TEST_F(Running, WithoutServersTheSiteIsMadeAndTidied) {
