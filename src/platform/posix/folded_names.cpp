@@ -1,14 +1,14 @@
 #include "platform/posix/folded_names.h"
 
+#include "platform/name_table.h"
 #include "platform/posix/paths.h"
 
 #include <algorithm>
 #include <dirent.h>
+#include <exception>
 #include <list>
 #include <memory>
 #include <mutex>
-#include <new>
-#include <unordered_map>
 
 namespace brevant::posix {
 namespace {
@@ -27,14 +27,23 @@ struct Listing {
   dev_t device = 0;
   ino_t inode = 0;
   timespec modified{};
-  std::unordered_map<std::string, std::string> spelled;  // by the upper-cased name
+  TNameTable<UpperAscii> names;
   bool ambiguous = false;  // two names of it differ in letter case only
 
+  // The name as the directory spells it; empty when there is none.
+  std::string Spelled(std::string_view name) const {
+    const std::uint32_t number = names.Find(name);
+    return number == names.kNone ? std::string() : std::string(names.Name(number));
+  }
   void Add(std::string_view name) {
-    auto [entry, isNew] = spelled.try_emplace(UpperCased(name), name);
-    if (isNew || entry->second == name) return;
+    const auto [number, isNew] = names.Insert(name);
+    if (isNew || names.Name(number) == name) return;
     ambiguous = true;
-    if (name < entry->second) entry->second = name;
+    if (name < names.Name(number)) names.Respell(number, name);
+  }
+  void Remove(std::string_view name) {
+    const std::uint32_t number = names.Find(name);
+    if (number != names.kNone) names.Remove(number);
   }
 };
 
@@ -95,15 +104,11 @@ std::string FindIgnoringCase(const std::string& directory, std::string_view name
     listing = memory.Read(Openable(directory));
   }
   if (listing == nullptr) return {};
-  const std::string key = UpperCased(name);
-  auto entry = listing->spelled.find(key);
-  if (entry == listing->spelled.end()) return {};
-  if (::lstat((directory + entry->second).c_str(), &facts) == 0) return entry->second;
+  const std::string spelled = listing->Spelled(name);
+  if (spelled.empty() || ::lstat((directory + spelled).c_str(), &facts) == 0) return spelled;
   // It went without a word, within one tick of the directory's time.
   listing = memory.Read(Openable(directory));
-  if (listing == nullptr) return {};
-  entry = listing->spelled.find(key);
-  return entry == listing->spelled.end() ? std::string() : entry->second;
+  return listing == nullptr ? std::string() : listing->Spelled(name);
 }
 
 NameChange::NameChange(const std::string& path)
@@ -132,10 +137,10 @@ void NameChange::Tell(bool added) noexcept {
     if (added) {
       listing->Add(name_);
     } else {
-      listing->spelled.erase(UpperCased(name_));
+      listing->Remove(name_);
     }
     listing->modified = facts.st_mtim;
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     // The change is made and cannot be refused any more.
     memory.Forget(facts);
   }
