@@ -17,8 +17,6 @@ namespace {
 constexpr std::size_t kLongestLine = 76;
 // Room for the name of the field before a folded value.
 constexpr std::size_t kFieldName = 10;
-// A quoted name beyond this is written as encoded words, which can be folded.
-constexpr std::size_t kLongestQuoted = 60;
 constexpr std::size_t kLongestAddress = 254;
 
 // What an atom is made of.
@@ -93,7 +91,7 @@ std::vector<std::string> Phrase(std::string_view name) {
   const std::string clean = WithoutControls(name);
   const std::string_view text = Trimmed(clean);
   if (text.empty()) return {};
-  if (!IsPlain(text) || text.size() > kLongestQuoted) return EncodedWords(text, "utf-8");
+  if (!IsPlain(text)) return EncodedWords(text, "utf-8");
   const auto isAtoms = [](char c) { return c == ' ' || IsAtomText(c); };
   const bool atoms = AllOf(text, isAtoms) && text.find("  ") == std::string_view::npos;
   return {atoms ? std::string(text) : Quoted(text)};

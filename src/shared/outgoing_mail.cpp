@@ -26,6 +26,7 @@ constexpr std::size_t kLongestLabel = 100;
 // Of a list's identifier, and of a URL that has to stand on one line with its field's name.
 constexpr std::size_t kLongestListId = 255;
 constexpr std::size_t kLongestUrl = 900;
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 constexpr int kFirstYear = 1971;
 constexpr int kLastYear = 9999;
 
@@ -153,7 +154,13 @@ TMailText StandardPlainText(std::string_view content, std::string_view label) {
     return check.Ascii() ? TMailText{std::move(text), "us-ascii"}
                          : TMailText{DecodeText(text, TCharset::kUnknown), "utf-8"};
   }
-  const bool windows = FindCharset(label) == TCharset::kIso8859Part1 && HasWindowsCharacters(text);
+  const TCharset charset = FindCharset(label);
+  if (charset != TCharset::kUnknown) {
+    std::string decoded = DecodeText(text, charset);
+    // Readers differ in what they make of bytes that are no text of their character set.
+    if (decoded.find(kReplacement) != std::string::npos) return {std::move(decoded), "utf-8"};
+  }
+  const bool windows = charset == TCharset::kIso8859Part1 && HasWindowsCharacters(text);
   return {std::move(text), windows ? "windows-1252" : std::string(label)};
 }
 
