@@ -2,9 +2,7 @@
 #ifndef EXAMPLE_LIBRARY_H
 #define EXAMPLE_LIBRARY_H
 
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
+#define WIN32_LEAN_AND_MEAN /* without the old sockets, which the C++ headers replace */
 #include <windows.h>
 
 typedef HMODULE ExampleLibrary;

@@ -44,6 +44,6 @@ TEST_P(Example, SaysThatThereIsNoLibrary) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Hosts, Example, ::testing::Values(EXAMPLE_C, EXAMPLE_CPP),
-                         [](const auto& info) { return info.index == 0 ? "C" : "Cpp"; });
+                         [](const auto& example) { return example.index == 0 ? "C" : "Cpp"; });
 
 }  // namespace

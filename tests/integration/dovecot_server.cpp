@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 namespace test {
@@ -36,6 +37,8 @@ std::string Configuration(const std::string& directory, WORD port) {
 }  // namespace
 
 std::string DovecotServer::Hindrance() {
+  if (std::string_view(BREVANT_DOVECOT).find("NOTFOUND") != std::string_view::npos)
+    return "Dovecot is not installed (dovecot-pop3d)";
   if (RunProgram({"/usr/bin/id", "-u"}).output != "0\n") {
     return "a private Dovecot needs to be started by root, since it changes to its own users";
   }
