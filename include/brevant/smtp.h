@@ -23,6 +23,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 // Sends messages to an SMTP server. Operations give 1 for success and 0 for failure unless they say
 // otherwise.
@@ -75,7 +76,8 @@ class BREVANT_API TSMTP : public TProtocol {
   //
   // Standard mode: nothing is sent, and the result is -1, unless the data has begun. A line end of
   // any kind (CR LF, LF, CR, also one split over two calls) goes out as CR LF, and a dot that
-  // begins a line is doubled; the count is that of the bytes given.
+  // begins a line is doubled; the count is that of the bytes given. They wait, up to 16 KB of them,
+  // to go out together, at the latest with Close, which then tells of a failure.
   int Write(const char* buffer, int size) override;
   // Writes the text (count bytes; -1: up to its terminator) and then a CR LF; the sum of both
   // counts.
@@ -127,6 +129,9 @@ class BREVANT_API TSMTP : public TProtocol {
   int ResetTransaction();
   bool MaySend();
   int SendBytes(const char* buffer, int size);
+  bool SendHeld();
+  bool SendText(std::string_view text);
+  bool CutOff();
   int WriteStandard(const char* buffer, int size);
   void ForgetTransaction();
   void ForgetMessage();
@@ -139,6 +144,7 @@ class BREVANT_API TSMTP : public TProtocol {
   OwnedText bbs_;
 
   std::string moreHeader_;  // whole lines
+  std::string held_;        // standard mode: bytes of the message that wait for company
   int recipientReply_ = 0;
   bool recipientAccepted_ = false;  // of the message at hand
   bool resetFirst_ = false;         // a sender stands at the server that nobody was reached with

@@ -142,6 +142,8 @@ class TConnection {
   DWORD flags_ = 0;
   DWORD timeout_;
   bool hasHost_ = false;
+  int soonMisses_ = 0;        // how often in a row nothing came soon
+  int sleepsBeforeSoon_ = 0;  // receives that do not try
   const std::atomic<int>* continueFlag_ = nullptr;
   brevant::WaitEnd lastWait_ = brevant::WaitEnd::kReady;
   std::unique_ptr<brevant::Transport> transport_;

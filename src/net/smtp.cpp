@@ -18,7 +18,8 @@ namespace {
 constexpr int kReplySize = 256;
 constexpr int kStandardReplySize = 1024;
 constexpr int kCodeLength = 3;
-constexpr DWORD kFarewell = 50;  // milliseconds for what the server still sends after "QUIT"
+constexpr std::size_t kPacket = 16384;  // bytes that do not wait for more
+constexpr DWORD kFarewell = 50;         // milliseconds for what the server still sends after "QUIT"
 
 constexpr int kReady = 220;
 constexpr int kDone = 250;
@@ -129,6 +130,7 @@ void TSMTP::ForgetTransaction() {
   dataStarted_ = 0;
   recipientAccepted_ = false;
   resetFirst_ = false;
+  held_.clear();
   status_ &= ~DWORD{kStatusResourceOpen};
 }
 
@@ -161,6 +163,31 @@ int TSMTP::SendBytes(const char* buffer, int size) {
   sendingFailed_ = sent < 0;
   if (sendingFailed_) TransferFailed();
   return sent;
+}
+
+bool TSMTP::SendHeld() {
+  const bool sent = held_.empty() || SendBytes(held_.data(), static_cast<int>(held_.size())) > 0;
+  held_.clear();
+  return sent;
+}
+
+// Bytes of a message. Those of standard mode wait for company: a mail in pieces takes several times
+// as long as one in few packets.
+bool TSMTP::SendText(std::string_view text) {
+  if (!StandardMode()) return SendBytes(text.data(), static_cast<int>(text.size())) > 0;
+  return Guarded(false,
+                 [&] {
+                   held_ += text;
+                   return held_.size() < kPacket || SendHeld();
+                 }) ||
+         CutOff();
+}
+
+// A message of which something is missing must not be ended.
+bool TSMTP::CutOff() {
+  sendingFailed_ = true;
+  TransferFailed();
+  return false;
 }
 
 int TSMTP::GetResponse(char* buffer, int size) {
@@ -249,12 +276,12 @@ int TSMTP::StartData() {
   dataStarted_ = 1;
   atLineStart_ = true;
   afterReturn_ = false;
-  if (SendHeader() != 0) SendBytes("\r\n", 2);
-  return sendingFailed_ ? 0 : 1;
+  if (SendHeader() != 0) SendText("\r\n");
+  return Connected() ? 1 : 0;
 }
 
 int TSMTP::SendHeader() {
-  return Guarded(0, [&] {
+  const int sent = Guarded(-1, [&] {
     std::string lines;
     const auto add = [&lines](const char* name, const OwnedText& text) {
       if (text) lines.append(name).append(*text).append("\r\n");
@@ -263,8 +290,10 @@ int TSMTP::SendHeader() {
     add("Reply-to: ", replyTo_);
     add("BBS: ", bbs_);
     lines += moreHeader_;
-    return lines.empty() || SendBytes(lines.data(), static_cast<int>(lines.size())) < 1 ? 0 : 1;
+    return !lines.empty() && SendText(lines) ? 1 : 0;
   });
+  if (sent < 0) CutOff();
+  return sent == 1 ? 1 : 0;
 }
 
 int TSMTP::Write(const char* buffer, int size) {
@@ -276,13 +305,13 @@ int TSMTP::Write(const char* buffer, int size) {
 }
 
 int TSMTP::WriteStandard(const char* buffer, int size) {
-  return Guarded(-1, [&] {
-    const std::string lines = brevant::EncodeBody(
-        std::string_view(buffer, static_cast<std::size_t>(size)), &atLineStart_, &afterReturn_);
-    // The second half of a CR LF adds nothing.
-    if (lines.empty()) return size;
-    return SendBytes(lines.data(), static_cast<int>(lines.size())) < 1 ? -1 : size;
-  });
+  const bool kept = MaySend() && Guarded(false, [&] {
+                      brevant::AppendBody(std::string_view(buffer, static_cast<std::size_t>(size)),
+                                          &atLineStart_, &afterReturn_, &held_);
+                      return held_.size() < kPacket || SendHeld();
+                    });
+  if (!kept) CutOff();
+  return kept ? size : -1;
 }
 
 int TSMTP::WriteLine(const char* text, int count) {
@@ -292,15 +321,14 @@ int TSMTP::WriteLine(const char* text, int count) {
 }
 
 int TSMTP::Close() {
-  const bool dataStarted = dataStarted_ != 0;
-  if (StandardMode() && !dataStarted) {
+  if (StandardMode() && dataStarted_ == 0) {
     Abort();
     return 0;
   }
+  const bool sent =
+      MaySend() && SendText(StandardMode() && atLineStart_ ? ".\r\n" : "\r\n.\r\n") && SendHeld();
   ForgetMessage();
-  const std::string_view end = StandardMode() && atLineStart_ ? ".\r\n" : "\r\n.\r\n";
-  if (SendBytes(end.data(), static_cast<int>(end.size())) < 1) return 0;
-  return GetResponse(nullptr, 0) == kDone ? 1 : 0;
+  return sent && GetResponse(nullptr, 0) == kDone ? 1 : 0;
 }
 
 int TSMTP::ResetTransaction() {

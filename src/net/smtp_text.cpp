@@ -84,22 +84,19 @@ std::optional<std::string> PathOf(std::string_view text) {
   return std::string(text);
 }
 
-std::string EncodeBody(std::string_view piece, bool* atLineStart, bool* afterReturn) {
-  std::string lines;
-  lines.reserve(piece.size() + piece.size() / 16 + 2);
+void AppendBody(std::string_view piece, bool* atLineStart, bool* afterReturn, std::string* out) {
   if (*afterReturn && piece.starts_with('\n')) piece.remove_prefix(1);
   *afterReturn = piece.ends_with('\r');
   while (!piece.empty()) {
-    if (*atLineStart && piece.starts_with('.')) lines += '.';
+    if (*atLineStart && piece.starts_with('.')) *out += '.';
     const std::size_t end = std::min(piece.find_first_of(kLineEnds), piece.size());
-    lines += piece.substr(0, end);
+    *out += piece.substr(0, end);
     piece.remove_prefix(end);
     *atLineStart = !piece.empty();
     if (piece.empty()) break;
-    lines += kLineEnds;
+    *out += kLineEnds;
     piece.remove_prefix(piece.starts_with(kLineEnds) ? 2 : 1);
   }
-  return lines;
 }
 
 }  // namespace brevant

@@ -20,8 +20,9 @@ bool IsFieldName(std::string_view text);
 // address, nothing when the text is no path and could hold more than one in a command line.
 std::optional<std::string> PathOf(std::string_view text);
 
-// A piece of a body as it goes out: every line end (CR LF, LF or CR) as CR LF, a dot that begins a
-// line doubled. The two states carry on from piece to piece; at first they are true and false.
-std::string EncodeBody(std::string_view piece, bool* atLineStart, bool* afterReturn);
+// Appends a piece of a body as it goes out: every line end (CR LF, LF or CR) as CR LF, a dot that
+// begins a line doubled. The two states carry on from piece to piece; at first they are true and
+// false.
+void AppendBody(std::string_view piece, bool* atLineStart, bool* afterReturn, std::string* out);
 
 }  // namespace brevant

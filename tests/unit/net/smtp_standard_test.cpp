@@ -188,13 +188,15 @@ TEST_F(SmtpStandardTest, AnEncodedBodyIsTheSameInAnyPieces) {
     for (unsigned i = 0; i < 6; ++i) body += kCharacters[number >> (2 * i) & 3U];
     bool start = true;
     bool after = false;
-    const std::string whole = brevant::EncodeBody(body, &start, &after);
+    std::string whole;
+    brevant::AppendBody(body, &start, &after, &whole);
     for (std::size_t cut = 1; cut < body.size(); ++cut) {
       bool lineStart = true;
       bool afterReturn = false;
       const std::string_view view = body;
-      std::string parts = brevant::EncodeBody(view.substr(0, cut), &lineStart, &afterReturn);
-      parts += brevant::EncodeBody(view.substr(cut), &lineStart, &afterReturn);
+      std::string parts;
+      brevant::AppendBody(view.substr(0, cut), &lineStart, &afterReturn, &parts);
+      brevant::AppendBody(view.substr(cut), &lineStart, &afterReturn, &parts);
       ASSERT_EQ(parts, whole) << test::Quote(body) << " cut at " << cut;
       ASSERT_EQ(lineStart, start);
     }
