@@ -58,7 +58,7 @@ bool TListIndex::Load(TStream& list) {
   list.Seek(0, STREAM_SEEK_SET);
   std::string block(std::clamp<std::size_t>(list.Size(), kRecord, kBlock), '\0');
   block.resize(block.size() - block.size() % kRecord);
-  const std::size_t expected = std::min(list.Size() / kRecord, kMostReserved);
+  const std::size_t expected = std::min<std::size_t>(list.Size() / kRecord, kMostReserved);
   entries_.reserve(expected);
   while (true) {
     const int got = list.Read(block.data(), static_cast<int>(block.size()));
