@@ -53,5 +53,6 @@ class DialoguePlayer {
 
 std::unique_ptr<DialoguePlayer> MakePop3Player(const DialogueCase& dialogue);
 std::unique_ptr<DialoguePlayer> MakeRetrievalPlayer(const DialogueCase& dialogue);
+std::unique_ptr<DialoguePlayer> MakeSmtpPlayer(const DialogueCase& dialogue);
 
 }  // namespace test
