@@ -3,6 +3,7 @@
 #include "text/charset.h"
 #include "text/filters.h"
 #include "text/plain_text.h"
+#include "text/safe_html.h"
 #include "unit/text/template_board.h"
 
 #include <benchmark/benchmark.h>
@@ -126,6 +127,41 @@ void PlainTextInUtf8(benchmark::State& state) {
   Report(state, html.size());
 }
 
+// In the pieces in which pages read content.
+std::size_t Sanitize(std::string_view html) {
+  constexpr std::size_t kPiece = 4096;
+  std::size_t length = 0;
+  brevant::TSafeHtml safe;
+  for (std::size_t at = 0; at < html.size(); at += kPiece) {
+    safe.Take(html.substr(at, kPiece));
+    length += safe.Html().size();
+    safe.Html().clear();
+  }
+  safe.Finish();
+  return length + safe.Html().size();
+}
+
+void SafeHtmlOfAMail(benchmark::State& state) {
+  const std::string mail = HtmlMail();
+  for (auto _ : state) benchmark::DoNotOptimize(Sanitize(mail));
+  Report(state, mail.size());
+}
+
+void SafeHtmlOfAPage(benchmark::State& state) {
+  const std::string page = PlainPage();
+  for (auto _ : state) benchmark::DoNotOptimize(Sanitize(page));
+  Report(state, page.size());
+}
+
+// Tags and almost nothing else, chosen to cost much; the argument is how much of it there is, so
+// that a time that is not linear shows.
+void SafeHtmlOfHostileMail(benchmark::State& state, std::string_view piece) {
+  std::string html;
+  while (html.size() < static_cast<std::size_t>(state.range(0))) html += piece;
+  for (auto _ : state) benchmark::DoNotOptimize(Sanitize(html));
+  Report(state, html.size());
+}
+
 BENCHMARK(FloorCopy)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FeedPlainPage)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FeedAndRenderPlainPage)->Unit(benchmark::kMicrosecond);
@@ -134,5 +170,14 @@ BENCHMARK(EscapeAndDecode)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainTextOfAMail)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainTextOfAPage)->Unit(benchmark::kMicrosecond);
 BENCHMARK(PlainTextInUtf8)->Unit(benchmark::kMicrosecond);
+BENCHMARK(SafeHtmlOfAMail)->Unit(benchmark::kMicrosecond);
+BENCHMARK(SafeHtmlOfAPage)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, deep, "<div>")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, paragraphs, "<p><b>")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, misnested, "<b><i><p></b>")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, ends, "<b><div></b></i>")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, tables, "<table><tr><td><li>")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, quotes, "<b x=\">\" ")->Range(1 << 17, 1 << 20);
+BENCHMARK_CAPTURE(SafeHtmlOfHostileMail, comments, "<!-->->")->Range(1 << 17, 1 << 20);
 
 }  // namespace

@@ -44,6 +44,7 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   const TSetup& Setup() const override { return setup_; }
   TTime SettingsTime() override;
   bool DecodesText() const override { return decodesText_; }
+  bool ShowsSafeHtml() const override { return safeHtml_; }
   int ContainerCount(int kind) override;
   int FindContainer(int kind, std::string_view name) override;
   int CurrentContainer(int kind) const override;
@@ -113,6 +114,7 @@ class THtmlSite final : public TPageSite, public TSectionObjects {
   std::string templateDirectory_;
   std::string siteDirectory_;
   bool decodesText_;
+  bool safeHtml_ = setup_.Number("Safe HTML") != 0;
   std::optional<TTime> settingsTime_;
   TBoardCache cache_;
   std::map<int, TContainers> containers_;  // by kind

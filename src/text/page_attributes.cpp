@@ -15,14 +15,6 @@ std::size_t SkipBlanks(std::string_view text, std::size_t at) {
   return at;
 }
 
-// Behind the element name; the end of the text for what is no element.
-std::size_t BehindElementName(std::string_view text) {
-  if (!text.empty() && (text[0] == '!' || text[0] == '?')) return text.size();
-  std::size_t at = SkipBlanks(text, 0);
-  while (at < text.size() && !IsBlank(text[at]) && text[at] != '/') ++at;
-  return at;
-}
-
 void ReadValue(std::string_view text, std::size_t at, TAttribute* attribute) {
   attribute->hasValue = true;
   at = SkipBlanks(text, at);
@@ -38,23 +30,6 @@ void ReadValue(std::string_view text, std::size_t at, TAttribute* attribute) {
     attribute->end = end;
   }
   attribute->value = text.substr(attribute->valueBegin, end - attribute->valueBegin);
-}
-
-// The attribute at or behind offset at; false when the tag has no more.
-bool ReadAttribute(std::string_view text, std::size_t at, TAttribute* attribute) {
-  while (at < text.size() && (IsBlank(text[at]) || text[at] == '/')) ++at;
-  if (at >= text.size()) return false;
-  *attribute = TAttribute();
-  attribute->nameBegin = at;
-  // A "=" at the very beginning belongs to the name, so that every step gets on.
-  do {
-    ++at;
-  } while (at < text.size() && !IsBlank(text[at]) && text[at] != '/' && text[at] != '=');
-  attribute->name = text.substr(attribute->nameBegin, at - attribute->nameBegin);
-  attribute->valueBegin = attribute->end = at;
-  const std::size_t equals = SkipBlanks(text, at);
-  if (equals < text.size() && text[equals] == '=') ReadValue(text, equals + 1, attribute);
-  return true;
 }
 
 bool NeedsQuotes(std::string_view value) {
@@ -80,6 +55,29 @@ std::string Quoted(std::string_view value, char quote) {
 }
 
 }  // namespace
+
+std::size_t BehindElementName(std::string_view text) {
+  if (!text.empty() && (text[0] == '!' || text[0] == '?')) return text.size();
+  std::size_t at = SkipBlanks(text, 0);
+  while (at < text.size() && !IsBlank(text[at]) && text[at] != '/') ++at;
+  return at;
+}
+
+bool ReadAttribute(std::string_view text, std::size_t at, TAttribute* attribute) {
+  while (at < text.size() && (IsBlank(text[at]) || text[at] == '/')) ++at;
+  if (at >= text.size()) return false;
+  *attribute = TAttribute();
+  attribute->nameBegin = at;
+  // A "=" at the very beginning belongs to the name, so that every step gets on.
+  do {
+    ++at;
+  } while (at < text.size() && !IsBlank(text[at]) && text[at] != '/' && text[at] != '=');
+  attribute->name = text.substr(attribute->nameBegin, at - attribute->nameBegin);
+  attribute->valueBegin = attribute->end = at;
+  const std::size_t equals = SkipBlanks(text, at);
+  if (equals < text.size() && text[equals] == '=') ReadValue(text, equals + 1, attribute);
+  return true;
+}
 
 bool TPageWriter::FindAttribute(std::string_view name, TAttribute* attribute, std::size_t from,
                                 std::size_t offset) const {

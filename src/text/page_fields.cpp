@@ -3,11 +3,16 @@
 
 #include "store/ascii.h"
 #include "text/filters.h"
+#include "text/safe_value.h"
 
 #include <charconv>
 
 namespace brevant {
 namespace {
+
+// In a tag, kept free for what the template's author writes behind a text of the board: a tag that
+// is cut at the token limit loses its last quotation mark, and the page around becomes its value.
+constexpr std::size_t kAuthorsRoom = 1024;
 
 class TBoardField final : public TPageField {
  public:
@@ -120,8 +125,20 @@ int TFieldCall::Write(std::string text, bool url) const {
     if (escape) HtmlEscape(text);
     if (encode) UrlEncode(text);
   }
+  if (site.ShowsSafeHtml()) {
+    DropControls(text);
+    if (page.InTag()) GuardInTag(page.OpenTagText(), text);
+    const std::size_t room = TPageWriter::kTokenLimit - kAuthorsRoom;
+    if (page.InTag() && page.OpenTagText().size() + text.size() > room) return 1;
+  }
   page.Feed(text);
   return 1;
+}
+
+int TFieldCall::WriteVisitors(std::string text, bool url) const {
+  const bool isRefused =
+      site.ShowsSafeHtml() && page.InTag() && !MayStandInTag(page.OpenTagText(), text);
+  return isRefused ? 1 : Write(std::move(text), url);
 }
 
 int TFieldCall::Fail(std::string_view message) const {

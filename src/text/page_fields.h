@@ -32,6 +32,9 @@ struct TFieldCall {
   // Writes a text of the board: escaped, and URL-encoded when it stands inside a tag and url is
   // set. Where the site decodes texts it is UTF-8, else bytes that mean themselves. Gives 1.
   int Write(std::string text, bool url = true) const;
+  // The same for a text that came by mail. Where the site shows safe HTML nothing is written where
+  // it could do harm: into code, or as an address of which nobody knows what it runs or loads.
+  int WriteVisitors(std::string text, bool url = true) const;
 };
 
 // Where a field's value comes from, for the time that the page records.

@@ -2,6 +2,7 @@
 #include "text/board_text.h"
 #include "text/page_field_functions.h"
 #include "text/posting_address.h"
+#include "text/safe_value.h"
 
 #include <string>
 
@@ -16,9 +17,12 @@ int WritePostingAddress(const TFieldCall& call, std::string_view container) {
 }
 
 // "?Subject=" with mark in front of a subject that is not a reply's yet.
-std::string SubjectQuery(const std::string& subject, std::string_view mark) {
+std::string SubjectQuery(const TFieldCall& call, const TMail& item, std::string_view mark) {
+  std::string subject = ItemText(call.site, item, "Subject");
   std::string query = "?Subject=";
   if (subject.compare(0, kReplyMark.size(), kReplyMark) != 0) query.append(mark);
+  // Nobody's subject adds recipients to the answer.
+  if (call.site.ShowsSafeHtml()) KeepInQuery(subject);
   return query.append(subject);
 }
 
@@ -44,18 +48,20 @@ int ExpandReplyToBoard(const TFieldCall& call) {
   std::string link = PostingAddress(tag, SettingText(call.site, "E-Mail Address"));
   // No blank behind the mark here, one in the author's address: both are what readers' mail
   // programs have always been given.
-  link += SubjectQuery(ItemText(call.site, *item, "Subject"), "Re:");
-  return call.Write(std::move(link));
+  link += SubjectQuery(call, *item, "Re:");
+  return call.WriteVisitors(std::move(link));
 }
 
 int ExpandReplyToAuthor(const TFieldCall& call) {
   TFieldError error;
   const TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
-  std::string link = "mailto:";
-  link += ItemText(call.site, *item, "FROM");
-  link += SubjectQuery(ItemText(call.site, *item, "Subject"), "Re: ");
-  return call.Write(std::move(link));
+  std::string author = ItemText(call.site, *item, "FROM");
+  // Nor does anybody's address.
+  if (call.site.ShowsSafeHtml()) std::erase(author, '?');
+  std::string link = "mailto:" + author;
+  link += SubjectQuery(call, *item, "Re: ");
+  return call.WriteVisitors(std::move(link));
 }
 
 }  // namespace brevant

@@ -1,7 +1,9 @@
 // Page fields that write one value of a container or an item, and the thread indentation.
+#include "store/ascii.h"
 #include "text/board_text.h"
 #include "text/field_words.h"
 #include "text/page_field_functions.h"
+#include "text/safe_link.h"
 
 #include <string>
 
@@ -12,7 +14,10 @@ int WriteItemValue(const TFieldCall& call, const char* key) {
   TFieldError error;
   const TMail* item = call.Item(&error);
   if (item == nullptr) return call.Fail(error);
-  return call.Write(ItemText(call.site, *item, key), call.row.flags != 0);
+  std::string value = ItemText(call.site, *item, key);
+  const bool isHidden =
+      call.site.ShowsSafeHtml() && EqualsIgnoreCase(key, "Address") && !IsSafeAddress(value);
+  return isHidden ? 1 : call.WriteVisitors(std::move(value), call.row.flags != 0);
 }
 
 }  // namespace

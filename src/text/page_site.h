@@ -38,6 +38,8 @@ class TPageSite {
   virtual TTime SettingsTime() = 0;
   // Whether "Decode Mail Text" is set: texts of the board are shown as the characters they are.
   virtual bool DecodesText() const = 0;
+  // Whether "Safe HTML" is set: what visitors wrote is reduced to what can do no harm.
+  virtual bool ShowsSafeHtml() const = 0;
 
   // --- The objects of the board ------------------------------------------------------------------
   // The containers of a kind, ordered by name; the order holds for the whole run.

@@ -41,6 +41,12 @@ struct TAttribute {
   bool hasValue = false;       // there was a "="
 };
 
+// Behind the element name of a start tag's text; the end of the text for what is no element.
+std::size_t BehindElementName(std::string_view tag);
+// The attribute of a start tag's text at or behind an offset, without item and fromField; false
+// when there are no more. Go on at its end, but always behind the last offset.
+bool ReadAttribute(std::string_view tag, std::size_t at, TAttribute* attribute);
+
 // What the writer wants of whoever expands tags.
 class TTagDispatcher {
  public:
@@ -88,6 +94,10 @@ class TPageWriter {
 
   // True between "<" and ">": a value is written into an attribute.
   bool InTag() const { return inTag_; }
+  // What stands behind the "<" so far; empty outside HTML tags. Valid until the writer is fed.
+  std::string_view OpenTagText() const {
+    return inTag_ ? std::string_view(items_.text).substr(tokenBegin_) : std::string_view();
+  }
   bool IsLiteral() const { return literal_; }
   bool LineBreakSeen() const { return lineBreakSeen_; }
   // Has words beyond the token limit go on in the next item instead of losing their rest. Tags keep
