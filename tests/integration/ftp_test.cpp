@@ -231,6 +231,13 @@ TEST_P(FtpListing, TenThousandFilesAreListed) {
             10000);
 }
 
+TEST_P(FtpListing, AWrongPasswordIsRefused) {
+  // vsftpd knows anonymous users only, which have none; any other account is refused.
+  TFTP other;
+  EXPECT_EQ(other.Connect("127.0.0.1", TSecurityInfos("board", "wrong"), server_->Port()), 0);
+  EXPECT_EQ(other.LastReplyCode(), 530);
+}
+
 TEST_P(FtpIntegration, AfterARestartItConnectsAgain) {
   ASSERT_EQ(Store("a", "1"), 1);
   server_->Stop();
@@ -251,13 +258,6 @@ TEST_P(FtpIntegration, SiteCommandsReachTheServer) {
   EXPECT_EQ(client_.ExecuteCommand("CHMOD 600 a"), 1);
   EXPECT_EQ(fs::status(server_->LocalDirectory() + "a").permissions(),
             fs::perms::owner_read | fs::perms::owner_write);
-}
-
-TEST_P(FtpIntegration, AWrongPasswordIsRefused) {
-  // vsftpd knows anonymous users only, which have none; any other account is refused.
-  TFTP other;
-  EXPECT_EQ(other.Connect("127.0.0.1", TSecurityInfos("board", "wrong"), server_->Port()), 0);
-  EXPECT_EQ(other.LastReplyCode(), 530);
 }
 
 }  // namespace
