@@ -88,6 +88,10 @@ TEST_F(Classes, ClientsKnowTheirNamesAndPorts) {
   EXPECT_STREQ(client.ProtocolName(), "POP3");
   EXPECT_EQ(client.DefaultPort(), 110);
   EXPECT_EQ(client.Status() & kStatusConnected, 0u);
+  TSMTP sender;
+  EXPECT_STREQ(sender.ProtocolName(), "SMTP");
+  EXPECT_EQ(sender.DefaultPort(), 25);
+  EXPECT_EQ(sender.Subject("hello"), 1);
   TSecurityInfos login("ann", "secret");
   EXPECT_STREQ(login.account, "ann");
   EXPECT_STREQ(login.password, "secret");
