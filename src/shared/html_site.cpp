@@ -112,7 +112,7 @@ void THtmlSite::EndPage() {
 
 std::string THtmlSite::BackPage() const {
   const TPage& page = pages_.At(page_);
-  return page.hasBack ? *pages_.At(page.back).fileName : std::string();
+  return page.hasBack ? pages_.FileName(page.back) : std::string();
 }
 
 TTime THtmlSite::SettingsTime() {

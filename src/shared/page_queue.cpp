@@ -1,8 +1,6 @@
 // The pages of one run.
 #include "shared/page_queue.h"
 
-#include "store/ascii.h"
-
 namespace brevant {
 
 int TTemplates::Intern(const std::string& directory, const std::string& fileName,
@@ -30,23 +28,8 @@ const TTemplate& TTemplates::Load(int number) {
   return file;
 }
 
-std::size_t TPageQueue::TIgnoreCase::operator()(const std::string& text) const {
-  std::uint64_t hash = 14695981039346656037U;
-  for (const char c : text) {
-    hash = (hash ^ static_cast<unsigned char>(ToLowerAscii(c))) * 1099511628211U;
-  }
-  return static_cast<std::size_t>(hash);
-}
-
-bool TPageQueue::TIgnoreCase::operator()(const std::string& a, const std::string& b) const {
-  return EqualsIgnoreCase(a, b);
-}
-
-void TPageQueue::Add(const std::string& fileName, TPage page) {
-  const auto [name, isNew] = names_.insert(fileName);
-  if (!isNew) return;
-  page.fileName = &*name;
-  pages_.push_back(page);
+void TPageQueue::Add(std::string_view fileName, const TPage& page) {
+  if (names_.Insert(fileName).second) pages_.push_back(page);
 }
 
 }  // namespace brevant

@@ -1,14 +1,15 @@
 // The pages of one run: each once, in the order in which they were asked for.
 #pragma once
 
+#include "platform/name_table.h"
 #include "shared/page_store.h"
+#include "store/ascii.h"
 
 #include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace brevant {
@@ -40,9 +41,8 @@ class TTemplates {
   std::unordered_map<std::string, int> numbers_;  // by path and base directory
 };
 
-// One page to be made. Ten thousand of them wait in a few megabytes.
+// One page to be made. Hundreds of thousands of them may wait.
 struct TPage {
-  const std::string* fileName = nullptr;
   int templateNumber = 0;
   int container = -1;      // position among the containers of the kind; -1 for none
   std::uint32_t back = 0;  // number of the page that asked for this one
@@ -54,19 +54,18 @@ struct TPage {
 
 class TPageQueue {
  public:
-  // Adds a page unless one of that name (letter case ignored) was added before; only then the rest
-  // of page counts. page.fileName is set here.
-  void Add(const std::string& fileName, TPage page);
+  // Adds a page unless one of that name (letter case ignored) was added before; only then page
+  // counts.
+  void Add(std::string_view fileName, const TPage& page);
   std::size_t Count() const { return pages_.size(); }
   const TPage& At(std::size_t number) const { return pages_[number]; }
+  std::string FileName(std::size_t number) const {
+    return std::string(names_.Name(static_cast<std::uint32_t>(number)));
+  }
 
  private:
-  struct TIgnoreCase {
-    std::size_t operator()(const std::string& text) const;
-    bool operator()(const std::string& a, const std::string& b) const;
-  };
   std::deque<TPage> pages_;
-  std::unordered_set<std::string, TIgnoreCase, TIgnoreCase> names_;
+  TNameTable<ToLowerAscii> names_;  // by the numbers of the pages
 };
 
 }  // namespace brevant

@@ -8,6 +8,7 @@
 #include "text/page_fields.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace brevant {
 namespace {
@@ -63,7 +64,7 @@ void TPageRun::AddMainPages() {
 
 void TPageRun::MakePage(std::size_t number) {
   trace_();
-  const std::string& fileName = *site_.Pages().At(number).fileName;
+  const std::string fileName = site_.Pages().FileName(number);
   DisplayStatus("Processing [%s]", fileName.c_str());
   const TTemplate& file = site_.Templates().Load(site_.Pages().At(number).templateNumber);
   if (!file.found) {
@@ -86,14 +87,13 @@ void TPageRun::MakePage(std::size_t number) {
 
 void TPageRun::SavePage(const std::string& fileName, const TTemplate& file,
                         const TPageWriter& page) {
-  const TFileFacts* present = store_.FindPage(fileName);
-  const bool due =
-      present == nullptr || present->written < std::max(file.written, page.SourceTime());
+  const std::optional<TFileFacts> present = store_.FindPage(fileName);
+  const bool due = !present || present->written < std::max(file.written, page.SourceTime());
   // An item under a number that was used before, or one with an old date, makes no page due; but
   // what was deleted must not stay in sight.
   const bool watched = !due && present->attributes == kOwnFileAttributes && !site_.PageShowsTime();
   if (!due && !watched) return;
-  const bool same = present != nullptr && store_.Holds(*present, page);
+  const bool same = present && store_.Holds(*present, page);
   if (same && !due) return;
   // A site in the template directory would overwrite what its pages are made from.
   const bool onTemplate =

@@ -144,11 +144,13 @@ TPageStore::~TPageStore() {
 }
 
 void TPageStore::Scan() {
-  pages_.clear();
+  names_ = {};
+  seen_.clear();
   if (directory_.empty()) return;
   RemoveUnfinished();
   ForEachFile(directory_ + "*", [&](const TFileFacts& file) {
-    if (IsPageFile(file.name)) pages_.insert_or_assign(LowerCased(file.name), file);
+    if (!IsPageFile(file.name)) return;
+    if (names_.Insert(file.name).second) seen_.push_back({file.written, file.attributes});
   });
 }
 
@@ -169,9 +171,14 @@ std::string TPageStore::StartUnfinished() {
   return unfinished + "/file";
 }
 
-const TFileFacts* TPageStore::FindPage(const std::string& fileName) const {
-  const auto found = pages_.find(LowerCased(fileName));
-  return found == pages_.end() ? nullptr : &found->second;
+std::optional<TFileFacts> TPageStore::FindPage(const std::string& fileName) const {
+  const std::uint32_t number = names_.Find(fileName);
+  if (number == names_.kNone) return std::nullopt;
+  TFileFacts facts;
+  facts.name = names_.Name(number);
+  facts.written = seen_[number].written;
+  facts.attributes = seen_[number].attributes;
+  return facts;
 }
 
 bool TPageStore::Holds(const TFileFacts& file, const TPageWriter& page) const {

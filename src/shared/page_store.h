@@ -1,14 +1,17 @@
 // The site's directory: which pages stand there, and how files get into it.
 #pragma once
 
+#include "platform/name_table.h"
 #include "platform/win32.h"
+#include "store/ascii.h"
 
 #include <brevant/store.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace brevant {
 
@@ -60,8 +63,9 @@ class TPageStore {
   const std::string& Directory() const { return directory_; }
   // One pass over the directory: notes the pages there. Removes what a killed run left.
   void Scan();
-  // What Scan saw of a page, letter case ignored; null when it was not there.
-  const TFileFacts* FindPage(const std::string& fileName) const;
+  // What Scan saw of a page, letter case ignored; its size is not noted. None when it was not
+  // there.
+  std::optional<TFileFacts> FindPage(const std::string& fileName) const;
 
   // Whether the file of a page holds exactly what is rendered.
   bool Holds(const TFileFacts& file, const TPageWriter& page) const;
@@ -81,8 +85,14 @@ class TPageStore {
   void RemoveUnfinished();
 
   std::string directory_;
-  bool writing_ = false;                               // the directory of unfinished files was made
-  std::unordered_map<std::string, TFileFacts> pages_;  // by name in lower case
+  bool writing_ = false;  // the directory of unfinished files was made
+  // The pages that Scan saw; a site may have hundreds of thousands.
+  struct TSeen {
+    TTime written;
+    DWORD attributes;
+  };
+  TNameTable<ToLowerAscii> names_;
+  std::vector<TSeen> seen_;  // by the numbers of the names
 };
 
 }  // namespace brevant

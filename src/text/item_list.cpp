@@ -1,6 +1,9 @@
 // The items of one container in their order. Link numbers come from mail: any number, any circle.
 #include "text/item_list.h"
 
+#include <algorithm>
+#include <numeric>
+
 namespace brevant {
 namespace {
 
@@ -10,12 +13,15 @@ constexpr std::int32_t kOnThePath = -2;
 }  // namespace
 
 int TItemList::Find(DWORD index) const {
-  if (positions_.empty()) {
-    positions_.reserve(items_.size());
-    for (int i = 0; i < Count(); ++i) positions_.try_emplace(At(i).index, i);
+  const auto number = [this](int position) { return At(position).index; };
+  if (byIndex_.empty()) {
+    byIndex_.resize(items_.size());
+    std::iota(byIndex_.begin(), byIndex_.end(), 0);
+    // Of two items with one number the first is meant.
+    std::ranges::stable_sort(byIndex_, {}, number);
   }
-  const auto found = positions_.find(index);
-  return found == positions_.end() ? -1 : found->second;
+  const auto found = std::ranges::lower_bound(byIndex_, index, {}, number);
+  return found != byIndex_.end() && number(*found) == index ? *found : -1;
 }
 
 int TItemList::ParentOf(int position) const {

@@ -215,7 +215,7 @@ std::string HtmlBoard::ExpandIn(int kind, const std::string& text, const std::st
   site.EndPage();
   pages_.clear();
   for (std::size_t i = 1; i < site.Pages().Count(); ++i) {
-    pages_.push_back(*site.Pages().At(i).fileName);
+    pages_.push_back(site.Pages().FileName(i));
   }
   failed_ = site.DataFileFailed();
   return writer.Render();

@@ -180,6 +180,19 @@ TEST_F(HtmlFields, NewGoesByTheDayOfTheMonth) {
   EXPECT_EQ(InItem("[$MESSAGE_IS_NEW(" + std::to_string(today.Day() - 2) + ")$]"), "[]");
 }
 
+TEST_F(HtmlFields, ALaterDayOfThisMonthIsNew) {
+  SKIP_WITHOUT_ELEMENT_TIMES();
+  const TTime today = TTime::Now();
+  constexpr std::uint64_t kTicksPerDay = 24 * 36000000000ULL;
+  const TTime tomorrow = TTime::FromTicks(today.Ticks() + kTicksPerDay);
+  const bool sameMonth = tomorrow.Month() == today.Month();
+  Add("General Talk", {.time = tomorrow});
+  EXPECT_EQ(InItem("[$MESSAGE_IS_NEW(0)$]"), sameMonth ? "[new]" : "[]");
+  // So far ahead that only the year or the month differs.
+  Add("General Talk", {.time = TTime::FromTicks(today.Ticks() + 366 * kTicksPerDay)});
+  EXPECT_EQ(InItem("[$MESSAGE_IS_NEW(31)$]", 2), "[]");
+}
+
 // --- Threads -------------------------------------------------------------------------------------
 
 TEST_F(HtmlFields, IndentationFollowsTheThread) {

@@ -45,6 +45,28 @@ TEST_F(HtmlFilters, NamesOfPagesAreUrlEncodedInsideTagsOnly) {
   }
 }
 
+TEST_F(HtmlFilters, NamesOfPreviousPagesAreUrlEncodedInsideTagsOnly) {
+  MakeForum("Talk2", "", "p q");
+  Add("Talk2");
+  Add("Talk2");
+  for (const char* tag : {"$FORUM_PREV$", "$MESSAGE_PREV$"}) {
+    const std::string plain = Unwrapped(Expand(tag, "Talk2", 2));
+    EXPECT_EQ(plain.substr(0, 3), "p q") << tag;
+    const std::string encoded = std::regex_replace(plain, std::regex(" "), "%20");
+    EXPECT_EQ(Unwrapped(Expand("<a href=\"" + std::string(tag) + "\">", "Talk2", 2)),
+              "<a href=\"" + encoded + "\">")
+        << tag;
+  }
+}
+
+TEST_F(HtmlFilters, TheNameOfThePageBeforeIsUrlEncodedInsideTagsOnly) {
+  Set("HTML File - Forum list", "front page");
+  Template("front page.htm", "<p>$FORUM_FILENAME(back)$</p>");
+  Template("back.htm", "<a href=\"$BACK$\">$BACK$</a>");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Site("p qback--f--talk.htm"), "<a href=\"front%20page.htm\">front page.htm</a>");
+}
+
 TEST_F(HtmlFilters, TheTypeOfADocumentIgnoresLetterCase) {
   Add("Talk", {.content = "<b>x</b>", .type = "TEXT/HTML"});
   EXPECT_EQ(InItem("$MESSAGE_CONTENT$"), "<b>x</b>");

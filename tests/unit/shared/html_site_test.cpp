@@ -88,6 +88,28 @@ TEST_F(HtmlSite, WithoutAChangeNoBoardFileIsReadAndNothingIsWritten) {
   EXPECT_EQ(Run(), 1);
 }
 
+TEST_F(HtmlSite, AnItemThatVanishesDuringARunHasNoPage) {
+  // More forums than stay open, so that the first one is closed again when its items' turn comes.
+  for (int i = 100; i < 400; ++i) MakeForum("F" + std::to_string(i));
+  for (int i = 0; i < 3; ++i) Add("F100");
+  Set("HTML File - Forum list", "index");
+  Template("index.htm", "<ul><li>$FORUM_FILENAME(forum)$</li></ul>");
+  Template("forum.htm", "<ul><li>$MESSAGE_FILENAME(item)$</li></ul>");
+  Template("item.htm", "<p>$MESSAGE_SUBJECT$ $MESSAGE_NEXT$</p>");
+  bool removed = false;
+  onStatus = [&] {
+    if (removed || status.back().find("item--f--f100--1") == std::string::npos) return;
+    Remove("F100", 2);
+    removed = true;
+  };
+  EXPECT_EQ(Run(), 1);
+  ASSERT_TRUE(removed);
+  EXPECT_EQ(Site("item--f--f100--1.htm"), "<p>Hello item--f--f100--3.htm</p>");
+  EXPECT_EQ(Site("item--f--f100--3.htm"), "<p>Hello</p>");
+  EXPECT_FALSE(std::filesystem::exists(SitePath("item--f--f100--2.htm")));
+  EXPECT_EQ(CountLogged("Cannot open message 2 in F100"), 1);
+}
+
 TEST_F(HtmlSite, ASubTemplateThatChangedIsSeenByTheNextRun) {
   Template("index.htm", "<p>$QUESTION$ $QUESTION_GRAPH$</p>");
   WriteFileBytes(root_ / "graph.htf", "old");

@@ -153,5 +153,46 @@ TEST(PageSaving, TheTextOfASectionGoesToItsOwnFile) {
   EXPECT_EQ(none, 0);
 }
 
+TEST(PageSaving, ALongPageIsHandedOnInPiecesThatMakeUpTheWhole) {
+  TPageWriter writer;
+  std::string expected;
+  for (int i = 10000; i < 40000; ++i) {
+    const std::string word = "word" + std::to_string(i);  // eight and their blanks fill a line
+    writer.Feed(word + "\n");
+    if (i > 10000) expected += i % 8 == 0 ? "\r\n" : " ";
+    expected += word;
+  }
+  writer.Flush();
+  std::string page;
+  int pieces = 0;
+  EXPECT_TRUE(writer.RenderTo([&](std::string_view piece) {
+    EXPECT_LE(piece.size(), 2U * 65536);
+    ++pieces;
+    page += piece;
+    return true;
+  }));
+  EXPECT_EQ(page, expected);
+  EXPECT_GE(pieces, 3);
+  EXPECT_EQ(writer.Render(), expected);
+}
+
+TEST(PageSaving, NoPieceIsHandedOnBehindOneThatWasNotWanted) {
+  TPageWriter writer;
+  for (int i = 0; i < 40000; ++i) writer.Feed("word ");
+  writer.Flush();
+  int pieces = 0;
+  EXPECT_FALSE(writer.RenderTo([&](std::string_view) { return ++pieces < 2; }));
+  EXPECT_EQ(pieces, 2);
+}
+
+TEST(PageSaving, ALongPageIsSavedWhole) {
+  const test::TemporaryDirectory directory;
+  TPageWriter writer;
+  for (int i = 0; i < 40000; ++i) writer.Feed("<b>word</b>\n");
+  writer.Flush();
+  ASSERT_EQ(writer.Save((directory / "page.htm").c_str()), 1);
+  EXPECT_EQ(test::ReadFileBytes(directory / "page.htm"), writer.Render());
+}
+
 }  // namespace
 }  // namespace brevant
