@@ -19,7 +19,6 @@ namespace {
 constexpr auto kPatience = std::chrono::seconds(20);
 // Whom the servers work as: the user that vsftpd brings, since it wants one with a home directory.
 constexpr const char* kUser = "ftp";
-constexpr const char* kAccount = "board";
 // "secret", as the servers' own lists of accounts have it.
 constexpr const char* kPasswordHash = "$1$brevant$nTNNxuAVP1MEQUQWI1YLz/";
 
@@ -68,18 +67,6 @@ std::string IdOf(const std::string& option) {
 
 }  // namespace
 
-const char* NameOf(FtpMake make) {
-  switch (make) {
-    case FtpMake::kVsftpd:
-      return "vsftpd";
-    case FtpMake::kPureFtpd:
-      return "PureFtpd";
-    case FtpMake::kProftpd:
-      return "ProFTPD";
-  }
-  return "";
-}
-
 std::string FtpServerOf::Hindrance(FtpMake make) {
   if (!fs::exists(ProgramOf(make)))
     return std::string(NameOf(make)) + " is not there: " + ProgramOf(make);
@@ -99,9 +86,7 @@ FtpServerOf::FtpServerOf(FtpMake make) : make_(make), port_(UnusedPort()) {
 
 FtpServerOf::~FtpServerOf() { Stop(); }
 
-const char* FtpServerOf::Account() const {
-  return make_ == FtpMake::kVsftpd ? "anonymous" : kAccount;
-}
+std::string FtpServerOf::LocalDirectory() const { return directory_ / "root/site/"; }
 
 void FtpServerOf::TakeOver() const {
   const std::string owner = IdOf("-u") + ":" + IdOf("-g");
@@ -184,7 +169,7 @@ std::vector<std::string> FtpServerOf::ConfigurePureFtpd() {
   const std::string passwords = directory_ / "passwords";
   const std::string database = directory_ / "passwords.pdb";
   // A line as pure-pw would write it, but for the hash, whose making and checking takes seconds.
-  WriteFileBytes(passwords, std::string(kAccount) + ":" + kPasswordHash + ":" + IdOf("-u") + ":" +
+  WriteFileBytes(passwords, std::string(Account()) + ":" + kPasswordHash + ":" + IdOf("-u") + ":" +
                                 IdOf("-g") + "::" + directory_.Path() + "root/./::::::::::::\n");
   RunOrThrow({kUnpacked + "/usr/bin/pure-pw", "mkdb", database, "-f", passwords});
   return {ProgramOf(make_),
@@ -202,7 +187,7 @@ std::vector<std::string> FtpServerOf::ConfigurePureFtpd() {
 }
 
 std::vector<std::string> FtpServerOf::ConfigureProftpd() {
-  WriteFileBytes(directory_ / "passwords", std::string(kAccount) + ":" + kPasswordHash + ":" +
+  WriteFileBytes(directory_ / "passwords", std::string(Account()) + ":" + kPasswordHash + ":" +
                                                IdOf("-u") + ":" + IdOf("-g") +
                                                "::" + directory_.Path() + "root:/bin/sh\n");
   fs::permissions(directory_ / "passwords", fs::perms::owner_read | fs::perms::owner_write);

@@ -36,7 +36,7 @@ class FtpServerOf {
   const char* Password() const { return "secret"; }
   // The directory as the client names it, and where it lies, with a final "/".
   const char* RemoteDirectory() const { return "/site"; }
-  std::string LocalDirectory() const { return directory_ / "root/site/"; }
+  std::string LocalDirectory() const;
   // Takes over what a test has put there.
   void TakeOver() const;
   // Ends the server with all its sessions; starts it again on the same port.

@@ -2,6 +2,7 @@
 // the loopback interface and writes its port to FILE. Ends with standard input.
 #include "integration/desk/message.h"
 #include "integration/dovecot_server.h"
+#include "integration/ftp_servers.h"
 #include "integration/postfix_server.h"
 #include "platform/network.h"
 #include "support/server.h"
@@ -79,17 +80,50 @@ class Sink final : public Held {
   test::SmtpSink server_;
 };
 
+template <test::FtpMake make>
+class Ftp final : public Held {
+ public:
+  Ftp() : server_(make) {}
+  WORD Port() const override { return server_.Port(); }
+  Message Ask(const std::string& what, const Message&) override {
+    if (what == "directory") return {server_.LocalDirectory()};
+    if (what == "commands") return server_.Commands();
+    if (what == "take over") {
+      server_.TakeOver();
+    } else if (what == "stop") {
+      server_.Stop();
+    } else if (what == "start") {
+      server_.Start();
+    } else {
+      Unknown(what);
+    }
+    return {};
+  }
+
+ private:
+  test::FtpServerOf server_;
+};
+
 struct Kind {
   const char* name;
   std::string (*hindrance)();
   std::unique_ptr<Held> (*open)(const Message& arguments);
 };
 
-constexpr Kind kKinds[] = {
+template <test::FtpMake make>
+Kind KindOfMake() {
+  return {test::NameOf(make), [] { return test::FtpServerOf::Hindrance(make); },
+          [](const Message&) -> std::unique_ptr<Held> { return std::make_unique<Ftp<make>>(); }};
+}
+
+const Kind kKinds[] = {
     {"dovecot", &test::DovecotServer::Hindrance,
      [](const Message& a) -> std::unique_ptr<Held> { return std::make_unique<Dovecot>(a); }},
     {"postfix", &test::PostfixServer::Hindrance,
      [](const Message& a) -> std::unique_ptr<Held> { return std::make_unique<Postfix>(a); }},
+    KindOfMake<test::FtpMake::kVsftpd>(),
+    KindOfMake<test::FtpMake::kPureFtpd>(),
+    KindOfMake<test::FtpMake::kProftpd>(),
     {"sink", &test::SmtpSink::Hindrance,
      [](const Message&) -> std::unique_ptr<Held> { return std::make_unique<Sink>(); }},
 };

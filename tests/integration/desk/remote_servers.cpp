@@ -2,6 +2,7 @@
 // desk holds.
 #include "integration/desk/client.h"
 #include "integration/dovecot_server.h"
+#include "integration/ftp_servers.h"
 #include "integration/postfix_server.h"
 
 namespace test {
@@ -32,5 +33,17 @@ std::string SmtpSink::Hindrance() { return desk::Hindrance("sink"); }
 SmtpSink::SmtpSink() : port_(desk::Open(this, "sink")) {}
 SmtpSink::~SmtpSink() { desk::Close(this); }
 std::vector<std::string> SmtpSink::Mails() const { return desk::Ask(this, "mails"); }
+
+std::string FtpServerOf::Hindrance(FtpMake make) { return desk::Hindrance(NameOf(make)); }
+FtpServerOf::FtpServerOf(FtpMake make) : make_(make), port_(desk::Open(this, NameOf(make))) {}
+FtpServerOf::~FtpServerOf() { desk::Close(this); }
+// Wine shows the system below as this drive.
+std::string FtpServerOf::LocalDirectory() const {
+  return "Z:" + desk::Ask(this, "directory").at(0);
+}
+void FtpServerOf::TakeOver() const { desk::Ask(this, "take over"); }
+void FtpServerOf::Stop() { desk::Ask(this, "stop"); }
+void FtpServerOf::Start() { desk::Ask(this, "start"); }
+std::vector<std::string> FtpServerOf::Commands() const { return desk::Ask(this, "commands"); }
 
 }  // namespace test
