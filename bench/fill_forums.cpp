@@ -5,7 +5,6 @@
 #include <brevant/board.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -55,7 +54,7 @@ int main(int count, char** arguments) {
     return 2;
   }
   try {
-    Fill(arguments[1], std::atol(arguments[2]), std::atol(arguments[3]));
+    Fill(arguments[1], std::stol(arguments[2]), std::stol(arguments[3]));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "fill_forums: cannot %s\n", error.what());
     return 1;
