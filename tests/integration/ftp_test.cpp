@@ -238,6 +238,17 @@ TEST_P(FtpListing, AWrongPasswordIsRefused) {
   EXPECT_EQ(other.LastReplyCode(), 530);
 }
 
+// Telnet would have this byte doubled; the servers store it as it comes.
+TEST_P(FtpListing, AByteOf255IsPartOfTheName) {
+  EXPECT_EQ(Store("a\xff"
+                  "b",
+                  "1"),
+            1);
+  EXPECT_TRUE(
+      Exists("a\xff"
+             "b"));
+}
+
 TEST_P(FtpIntegration, AfterARestartItConnectsAgain) {
   ASSERT_EQ(Store("a", "1"), 1);
   server_->Stop();
