@@ -84,7 +84,7 @@ TEST_F(StrictReader, SeesTextsAsTheCharactersThatTheyAre) {
       "Re: [My_Board:General] trailing.",
       "\xC3\xA4 " + std::string(100, 'x'),
       std::string(110, 'y')};
-  std::vector<std::string> seen;
+  std::vector<std::string> names;
   for (const std::string& text : texts) {
     std::string name;
     for (const char c : text) {
@@ -93,19 +93,15 @@ TEST_F(StrictReader, SeesTextsAsTheCharactersThatTheyAre) {
     }
     Post("General", text, "x\r\n",
          {{"FROM", "\"" + name + "\" <ann@example.org>"}, {"Header Charset", "utf-8"}});
-    TMail mail;
-    TForum forum;
-    ASSERT_NE(forum.Open("General", data_.c_str(), 2, 0, 16), 0);
-    ASSERT_NE(forum.OpenMessage(static_cast<DWORD>(forum.Number("Last Message Index")), &mail), 0);
-    seen.emplace_back(mail.String("From Name"));
+    names.push_back(name);
   }
   const auto mails = ReadAll();
   ASSERT_EQ(mails.size(), std::size(texts));
   for (std::size_t i = 0; i < mails.size(); ++i) {
     EXPECT_EQ(mails[i].at("subject"), texts[i]);
     // Blanks around a name are no part of it.
-    const std::size_t first = seen[i].find_first_not_of(' ');
-    const std::string name = seen[i].substr(first, seen[i].find_last_not_of(' ') + 1 - first);
+    const std::size_t first = names[i].find_first_not_of(' ');
+    const std::string name = names[i].substr(first, names[i].find_last_not_of(' ') + 1 - first);
     EXPECT_EQ(mails[i].at("from-name"), name);
     EXPECT_EQ(mails[i].at("reply-to-name"), name);
     EXPECT_EQ(mails[i].at("reply-to"), "ann@example.org");
