@@ -328,4 +328,21 @@ TEST_F(DialUp, ManyDialsWithReportsOnOtherThreads) {
   EXPECT_EQ(reports, 100 * static_cast<int>(kGoodDial.size()));
 }
 
+// The same with nothing that would order the threads' steps.
+TEST_F(DialUp, ReportsMeetDialsAndHangingUp) {
+  Load();
+  ASSERT_EQ(Dial({{kConnected}}), 1);
+  static std::atomic<int> shown{0};
+  shown = 0;
+  const auto count = [](const char*) { shown.fetch_add(1, std::memory_order_relaxed); };
+  desk_->SetDialResult(ras_double::kPortIsOpen);
+  desk_->StartReporting(2);
+  for (int round = 0; round < 1000 || (shown == 0 && round < 1000000); ++round) {
+    EXPECT_EQ(DialUpRas(count, "Home", "", ""), 0);
+    EXPECT_EQ(HangUpRas(), 1);
+  }
+  desk_->StopReporting();
+  EXPECT_GT(shown, 0);
+}
+
 }  // namespace

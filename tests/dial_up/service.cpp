@@ -5,6 +5,7 @@
 #include "platform/win32.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstring>
 #include <map>
@@ -116,6 +117,16 @@ class Service final : public Desk {
   }
   void Report(Word state) override {
     std::thread([notify = Get(notifier_), state] { notify(kDialEvent, state, 0); }).join();
+  }
+  void StartReporting(Word state) override {
+    reporting_ = true;
+    reporter_ = std::thread([this, notify = Get(notifier_), state] {
+      while (reporting_.load(std::memory_order_relaxed)) notify(kDialEvent, state, 0);
+    });
+  }
+  void StopReporting() override {
+    reporting_.store(false, std::memory_order_relaxed);
+    reporter_.join();
   }
   void WaitForThreads() override {
     std::vector<std::thread> ending;
@@ -291,6 +302,8 @@ class Service final : public Desk {
   std::vector<std::string> calls_;
   std::vector<Word> rooms_;
   std::vector<std::thread> threads_;
+  std::atomic<bool> reporting_{false};
+  std::thread reporter_;
   std::function<void(const Step&)> hook_;
   std::uintptr_t lastHandle_ = 0x100;
   Word dialResult_ = 0;

@@ -71,6 +71,10 @@ class Desk {
   // Reports a state through the notifier of the last dial, on a thread of its own, and waits for
   // it.
   virtual void Report(std::uint32_t state) = 0;
+  // The same again and again, with nothing that would hold the threads up for each other, until
+  // told to stop.
+  virtual void StartReporting(std::uint32_t state) = 0;
+  virtual void StopReporting() = 0;
   // Waits until the threads of all dials have ended.
   virtual void WaitForThreads() = 0;
 
