@@ -91,6 +91,25 @@ bool IsForbiddenAttachment(std::string_view name) {
   return IsOneOf(Extension(name), kForbidden);
 }
 
+std::string HarmlessFileName(std::string_view safeName) {
+  constexpr std::string_view kHarmless[] = {
+      ".7z",   ".asc",  ".avi", ".avif", ".bin",  ".bmp",  ".bz2",  ".csv", ".doc",  ".docx",
+      ".epub", ".flac", ".gif", ".gz",   ".heic", ".ics",  ".jpeg", ".jpg", ".m4a",  ".mid",
+      ".mkv",  ".mov",  ".mp3", ".mp4",  ".mpeg", ".mpg",  ".odp",  ".ods", ".odt",  ".ogg",
+      ".opus", ".pdf",  ".png", ".ppt",  ".pptx", ".rar",  ".rtf",  ".sig", ".tar",  ".tgz",
+      ".tif",  ".tiff", ".txt", ".vcf",  ".wav",  ".webm", ".webp", ".xls", ".xlsx", ".zip"};
+  constexpr std::string_view kBytes = ".bin";
+  std::string_view extension = Extension(safeName);
+  std::string name(safeName);
+  if (IsOneOf(extension, kHarmless)) {
+    name.resize(name.size() - extension.size());
+  } else {
+    extension = kBytes;
+  }
+  std::replace(name.begin(), name.end(), '.', '_');
+  return name.substr(0, kLongestName - extension.size()).append(extension);
+}
+
 bool IsImageName(std::string_view name) {
   constexpr std::string_view kImages[] = {".JPG", ".JPEG", ".GIF", ".PNG", ".BMP"};
   return IsOneOf(Extension(name), kImages);

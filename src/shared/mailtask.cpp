@@ -67,6 +67,7 @@ struct TMailRetrievalTask::TRun {
         attachments(setup.Integer("Allow attachment - forum") != 0),
         keepUnsaved(setup.Integer("Keep Unsaved Mail") != 0),
         decodeText(setup.Integer("Decode Mail Text") != 0),
+        safeHtml(setup.Integer("Safe HTML") != 0),
         boardName(setup.String("BBS Name")),
         cache(setup.String("Data Directory")),
         votes(cache, ledger, decodeText, setup.Integer("Save Voter Address") != 0) {}
@@ -75,6 +76,7 @@ struct TMailRetrievalTask::TRun {
   bool attachments;
   bool keepUnsaved;
   bool decodeText;
+  bool safeHtml;
   std::string boardName;
   brevant::TFilingLedger ledger;
   TBoardCache cache;
@@ -198,6 +200,7 @@ bool TMailRetrievalTask::HandleItem(TRun& run, const TMailHeaders& headers,
   }
   TraceHere();
   TMessageReader reader(client_, run.localDirectory, continue_, run.decodeText);
+  reader.KeepFilesHarmless(run.safeHtml);
   DisplayStatus("Retrieving \"%s\"", headers.subject.c_str());
   TraceHere();
   const bool attachments = route.kind == TMailRoute::TKind::kForum && run.attachments;

@@ -247,6 +247,7 @@ void TMessageReader::ReadFilePart(TMail& mail) {
     client_.SkipCurrentPart();
     return;
   }
+  if (harmlessFiles_) safeName = HarmlessFileName(safeName);
   TNewFile file;
   std::string storedName;
   written_ = CreateAttachment(localDirectory_, safeName, file, storedName);

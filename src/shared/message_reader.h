@@ -37,6 +37,9 @@ class TMessageReader {
   TMessageReader(const TMessageReader&) = delete;
   TMessageReader& operator=(const TMessageReader&) = delete;
 
+  // Has files be kept under names by which neither servers nor browsers run them ("Safe HTML").
+  void KeepFilesHarmless(bool on) { harmlessFiles_ = on; }
+
   // Opens the client's current message and reads it to its end into mail, an open temporary item.
   // Attachments are kept only when allowed. Unless the result is kRead, no file stays behind.
   TReadResult Read(TMail& mail, bool attachmentsAllowed);
@@ -90,6 +93,7 @@ class TMessageReader {
   std::string localDirectory_;
   const std::atomic<int>& continueFlag_;
   bool decodeText_;
+  bool harmlessFiles_ = false;
   bool written_ = true;  // everything so far could be written
   std::string buffer_;
   std::string senderAddress_;

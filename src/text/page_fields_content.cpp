@@ -177,7 +177,8 @@ int WriteValue(const TFieldCall& call, TMail& item, bool isHtml) {
     if (call.site.DecodesText()) text = DecodeText(text, item.String("Charset"));
   }
   std::replace_if(text.begin(), text.end(), IsSpaceAscii, ' ');
-  return call.WriteVisitors(std::string(CutAtCharacter(text, kLongest)));
+  text.erase(0, text.find_first_not_of(' '));
+  return call.WriteVisitors(std::string(CutAtCharacter(text, kLongest)), false);
 }
 
 bool IsHtml(TMail& item) {

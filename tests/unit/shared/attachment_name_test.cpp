@@ -75,6 +75,19 @@ TEST(AttachmentName, ForbiddenExtensionsAreSeenThroughEveryDisguise) {
       IsForbiddenAttachment(SafeFileName(std::string(56, 'x') + ".exe" + std::string(100, '.'))));
 }
 
+TEST(AttachmentName, AHarmlessNameHasOneExtensionOfATypeThatNobodyRuns) {
+  for (const char* name : {"a.txt", "a.PNG", "a b.pdf", "a.tgz"}) {
+    EXPECT_EQ(HarmlessFileName(name), name);
+  }
+  EXPECT_EQ(HarmlessFileName("page.html"), "page_html.bin");
+  EXPECT_EQ(HarmlessFileName("x.svg"), "x_svg.bin");
+  EXPECT_EQ(HarmlessFileName("shell.php.jpg"), "shell_php.jpg");
+  EXPECT_EQ(HarmlessFileName("shell.pHp5"), "shell_pHp5.bin");
+  EXPECT_EQ(HarmlessFileName("README"), "README.bin");
+  EXPECT_EQ(HarmlessFileName("a..b.cgi.txt"), "a__b_cgi.txt");
+  EXPECT_EQ(HarmlessFileName(std::string(55, 'x') + ".html"), std::string(55, 'x') + "_.bin");
+}
+
 TEST(AttachmentName, ImagesAreKnownByTheirExtension) {
   for (const char* name : {"a.jpg", "a.JPEG", "a.gif", "a.Png", "a.bmp"}) {
     EXPECT_TRUE(IsImageName(name)) << name;

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <map>
+#include <set>
 
 namespace {
 
@@ -138,6 +139,22 @@ TEST_F(MailAttachments, HostileNamesStaySafeWhereTextsAreDecoded) {
   const auto items = test::ItemsOf("General", data_);
   ASSERT_EQ(items.size(), 1u);
   CheckKept(items[0], 60);
+}
+
+TEST_F(MailAttachments, WithSafeHtmlNoKeptFileIsOneThatIsRun) {
+  setup_->Number("Safe HTML", 1);
+  Serve({"From: a@b\nTo: \"[My_Board:General]\" <x@y>\nSubject: files\nContent-Type: "
+         "multipart/mixed; boundary=edge\n\n--edge\nContent-Type: application/octet-stream; "
+         "name=evil.html\n\n<script>alert(1)</script>\n--edge\nContent-Type: "
+         "application/octet-stream; name=shell.php.png\n\n<?php\n--edge--\n"});
+  EXPECT_EQ(Run(), 1);
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(site_)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() > 4) names.insert(name.substr(4));
+  }
+  EXPECT_EQ(names.count("evil_html.bin"), 1U);
+  EXPECT_EQ(names.count("shell_php.png"), 1U);
 }
 
 TEST_F(MailAttachments, EveryKeptFileIsReachedThroughTheLinkOnItsPage) {
