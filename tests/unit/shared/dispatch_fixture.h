@@ -166,7 +166,7 @@ class DispatchFixture : public ::testing::Test {
   }
 
   static bool HistoryHas(const std::string& line) { return Times(line) > 0; }
-  static long Times(const std::string& line) {
+  static std::ptrdiff_t Times(const std::string& line) {
     return std::count(Shown::History().begin(), Shown::History().end(), line);
   }
   std::string ErrorLog() const { return ReadFileBytes(directory_ / "error.log"); }
