@@ -176,16 +176,33 @@ constexpr std::size_t kLongestText = 1024;
 constexpr std::size_t kLongestWord = 64;
 constexpr std::size_t kMostDigits = 4;
 
+// Where the rows begin whose names begin with a letter, from "a" on, and the end of the last ones.
 template <typename Row, std::size_t N>
-const Row* Find(const std::array<Row, N>& rows, std::string_view name) {
+constexpr std::array<std::uint8_t, 27> Letters(const std::array<Row, N>& rows) {
+  std::array<std::uint8_t, 27> begins{};
+  std::size_t row = 0;
+  for (std::size_t letter = 0; letter < begins.size(); ++letter) {
+    while (row < N && rows[row].name[0] < static_cast<char>('a' + letter)) ++row;
+    begins[letter] = static_cast<std::uint8_t>(row);
+  }
+  return begins;
+}
+constexpr auto kElementLetters = Letters(kElements);
+constexpr auto kAttributeLetters = Letters(kAttributes);
+
+template <typename Row, std::size_t N>
+const Row* Find(const std::array<Row, N>& rows, const std::array<std::uint8_t, 27>& letters,
+                std::string_view name) {
   if (name.empty() || name.size() > kLongestName) return nullptr;
   std::array<char, kLongestName> lower;
   std::transform(name.begin(), name.end(), lower.begin(), ToLowerAscii);
   const std::string_view wanted(lower.data(), name.size());
-  const auto at =
-      std::lower_bound(rows.begin(), rows.end(), wanted,
-                       [](const Row& row, std::string_view text) { return row.name < text; });
-  return at != rows.end() && at->name == wanted ? &*at : nullptr;
+  if (wanted[0] < 'a' || wanted[0] > 'z') return nullptr;
+  const auto letter = static_cast<std::size_t>(wanted[0] - 'a');
+  for (std::size_t row = letters[letter]; row < letters[letter + 1]; ++row) {
+    if (rows[row].name == wanted) return &rows[row];
+  }
+  return nullptr;
 }
 
 bool IsNumber(std::string_view value) {
@@ -220,13 +237,24 @@ bool IsValue(TSafeValue kind, std::string_view value) {
 
 std::span<const TSafeElement> SafeElements() { return kElements; }
 
-const TSafeElement* FindSafeElement(std::string_view name) { return Find(kElements, name); }
+const TElementRule* RuleOf(const TSafeElement& element) {
+  static const auto kRules = [] {
+    std::array<const TElementRule*, kElements.size()> rules{};
+    for (std::size_t i = 0; i < rules.size(); ++i) rules[i] = FindElementRule(kElements[i].shownAs);
+    return rules;
+  }();
+  return kRules[static_cast<std::size_t>(&element - kElements.data())];
+}
+
+const TSafeElement* FindSafeElement(std::string_view name) {
+  return Find(kElements, kElementLetters, name);
+}
 
 std::span<const TSafeAttribute> SafeAttributes() { return kAttributes; }
 
 const TSafeAttribute* FindSafeAttribute(const TSafeElement& element, std::string_view name,
                                         std::string_view value) {
-  const TSafeAttribute* row = Find(kAttributes, name);
+  const TSafeAttribute* row = Find(kAttributes, kAttributeLetters, name);
   const bool fits =
       row != nullptr && (row->elements & element.attributes) != 0 && IsValue(row->value, value);
   return fits ? row : nullptr;

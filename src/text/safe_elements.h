@@ -43,6 +43,8 @@ struct TSafeElement {
 std::span<const TSafeElement> SafeElements();
 // By name, ignoring letter case; null when it is not known.
 const TSafeElement* FindSafeElement(std::string_view name);
+// The rule of the element that stands for a row of the list; null when it has none.
+const TElementRule* RuleOf(const TSafeElement& element);
 
 enum class TSafeValue : std::uint8_t {
   kText,    // anything, shown to people

@@ -18,6 +18,11 @@ bool IsTablePart(const TElementRule* rule) {
   return rule != nullptr && (rule->flags & TElementRule::kTablePart) != 0;
 }
 
+// Tables and their cells: most end tags do not reach out of them.
+bool IsWall(const TElementRule* rule) {
+  return rule != nullptr && (rule->flags & TElementRule::kWall) != 0;
+}
+
 bool IsCell(std::string_view name) { return name == "td" || name == "th" || name == "caption"; }
 
 bool IsRowGroup(std::string_view name) {
@@ -37,7 +42,7 @@ bool IsRubyText(std::string_view name) { return name == "rt" || name == "rp"; }
 }  // namespace
 
 void TSafeTree::Start(const TSafeElement& element, std::string_view tag) {
-  const TElementRule* rule = FindElementRule(element.shownAs);
+  const TElementRule* rule = RuleOf(element);
   if (!Prepare(element, rule)) return;
   if (!IsBlock(rule) && !IsTablePart(rule)) BeforeText();
   if ((element.flags & TSafeElement::kVoid) != 0) {
@@ -183,8 +188,12 @@ void TSafeTree::PrepareItem(std::string_view name) {
 // A link ends the one that it would stand in.
 bool TSafeTree::PrepareLink() {
   bool inTable = false;
-  for (int position = Top(); position >= 0 && !IsCell(At(position).name); --position) {
-    inTable = inTable || At(position).name == "table";
+  for (int position = Top(); position >= 0; --position) {
+    if (const TElementRule* rule = At(position).rule) {
+      if (!IsWall(rule)) continue;
+      if (IsTablePart(rule)) break;  // a cell
+      inTable = true;
+    }
     if (At(position).name != "a") continue;
     if (inTable) return false;
     CloseTo(position, true);
@@ -212,7 +221,7 @@ bool TSafeTree::Prepare(const TSafeElement& element, const TElementRule* rule) {
 // The element that an end tag ends; none when it stands outside of what the tag can reach.
 int TSafeTree::FindEnded(const TSafeElement& element) const {
   const std::string_view name = element.shownAs;
-  const TElementRule* rule = FindElementRule(name);
+  const TElementRule* rule = RuleOf(element);
   const bool isTables = IsTablePart(rule) || name == "table";
   for (int position = Top(); position >= 0; --position) {
     const TOpen& open = At(position);
@@ -250,7 +259,7 @@ void TSafeTree::End(const TSafeElement& element) {
   if (EndsLeftOut(name) || EndsPending(name)) return;
   const int position = FindEnded(element);
   if (position == kNone) return;
-  const TElementRule* rule = FindElementRule(name);
+  const TElementRule* rule = RuleOf(element);
   const bool isInline = !IsBlock(rule) && !IsTablePart(rule);
   const bool holdsBlock =
       isInline && std::any_of(stack_.begin() + position + 1, stack_.end(),
