@@ -99,7 +99,8 @@ std::string PageNamePrefix(std::string_view prefix) {
   std::string safe(prefix);
   for (std::size_t i = 0; i < safe.size(); ++i) {
     const bool open = prefix[i] == '-' && (i + 1 == safe.size() || prefix[i + 1] == '-');
-    if (open || IsReserved(prefix[i])) safe[i] = '_';
+    // A server may go by any of a name's extensions, also by the first of two.
+    if (open || prefix[i] == '.' || IsReserved(prefix[i])) safe[i] = '_';
   }
   return safe;
 }

@@ -26,8 +26,8 @@ bool IsPageFile(std::string_view fileName);
 // parts.
 std::string PageNamePart(std::string_view text);
 
-// The owner's prefix made safe: what cannot stand in a file name, and every "-" that could be read
-// as part of a separator, becomes "_".
+// The owner's prefix made safe: what cannot stand in a file name, every "." and every "-" that
+// could be read as part of a separator becomes "_".
 std::string PageNamePrefix(std::string_view prefix);
 
 // The file name of a container's page: prefix, template, "--", kind letter, "--", container,

@@ -44,7 +44,7 @@ TEST(PageNames, APrefixCannotLookLikeASeparator) {
   EXPECT_EQ(PageNamePrefix("a--b"), "a_-b");
   EXPECT_EQ(PageNamePrefix("a---"), "a___");
   EXPECT_EQ(PageNamePrefix("a-b"), "a-b");
-  EXPECT_EQ(PageNamePrefix("../x\\y:<>\"|?*\n"), ".._x_y________");
+  EXPECT_EQ(PageNamePrefix("../x\\y:<>\"|?*\n"), "___x_y________");
   EXPECT_EQ(PageNamePrefix("My Pages_"), "My Pages_");
 }
 
@@ -98,10 +98,13 @@ TEST(PageNames, NoNameLeavesTheDirectoryOrCarriesASecondExtension) {
     ASSERT_EQ(name.find_first_of("/\\:<>\"|?*"), std::string::npos) << name;
     for (const char c : name) ASSERT_GE(static_cast<unsigned char>(c), 32) << name;
     ASSERT_EQ(name.substr(name.size() - 4), ".htm");
-    if (prefix.find('.') == std::string::npos) {
-      ASSERT_EQ(name.find('.'), name.size() - 4) << name;
-    }
+    ASSERT_EQ(name.find('.'), name.size() - 4) << name;
   }
+}
+
+TEST(PageNames, APrefixGivesNoExtension) {
+  EXPECT_EQ(ContainerPageName("x.php.", "m.htm", 'f', "a"), "x_php_m--f--a.htm");
+  EXPECT_EQ(ItemPageName("nul.", "m.htm", 'f', "a", 1), "nul_m--f--a--1.htm");
 }
 
 // The parts of two pages, in every combination, never run together into one name.

@@ -448,6 +448,21 @@ TEST_F(MailTask, AttachmentsNeedTheSetting) {
   EXPECT_EQ(SiteFiles().size(), 1u);
 }
 
+TEST_F(MailTask, AProgramIsNeverSavedAlthoughAttachmentsAreAllowed) {
+  ASSERT_TRUE(test::MakeForum("General", data_));
+  setup_->Number("Allow attachment - forum", 1);
+  Serve(
+      {"From: a@b\nTo: \"[My_Board:General]\" <x@y>\nSubject: s\n"
+       "Content-Type: multipart/mixed; boundary=\"b\"\n\n--b\nContent-Type: text/plain\n\nx\n--b\n"
+       "Content-Type: application/octet-stream\nContent-Disposition: attachment; "
+       "filename=\"SETUP.EXE\"\n\nMZ\n--b--\n"});
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(SiteFiles().empty());
+  const std::vector<test::Item> items = test::ItemsOf("General", data_);
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_TRUE(items[0].attachments.empty());
+}
+
 TEST_F(MailTask, SeveralForumsGetTheirOwnMail) {
   std::vector<std::string> mails;
   for (int i = 0; i < 30; ++i) {

@@ -13,7 +13,7 @@ TEST(NumberText, IsDecimal) {
   EXPECT_EQ(NumberText(-7, ""), "-7");
 }
 
-TEST(NumberText, InMegDividesByAThousandAndHasTwoZeros) {
+TEST(NumberText, InMegDividesBy1024AndHasTwoZeros) {
   EXPECT_EQ(NumberText(1500, "Meg"), "1.00");
   EXPECT_EQ(NumberText(1023, "Meg"), "0.00");
   EXPECT_EQ(NumberText(1024 * 1024, "in+Meg"), "1024.00");

@@ -112,6 +112,18 @@ TEST(SectionEndTags, OmittedOnesOfParagraphs) {
   EXPECT_EQ(Made("<p>$FORUM$<table><tr><td>z</table>"), "<p>F1<p>F2<table><tr><td>z</table>");
 }
 
+TEST(SectionEndTags, AButtonDoesNotEndItsParagraph) {
+  EXPECT_EQ(Made("<p>a <button>$FORUM$</button> b</p>z"),
+            "<p>a <button>F1</button> b</p><p>a <button>F2</button> b</p>z");
+}
+
+TEST(SectionEndTags, ElementsWithoutContentHoldNothing) {
+  for (const std::string tag : {"<br>", "<hr>", "<img>", "<input>", "<wbr>", "<embed>", "<keygen>",
+                                "<basefont>", "<bgsound>"}) {
+    EXPECT_EQ(Made("<body>a" + tag + "$FORUM$ z</body>"), "<body>a" + tag + "F1F2 z</body>");
+  }
+}
+
 TEST(SectionEndTags, OmittedOnesOfRowsAndCells) {
   EXPECT_EQ(Made("<table><tr><td>h<tr><td>$FORUM$<td>x<tr><td>z</table>"),
             "<table><tr><td>h<tr><td>F1<td>x<tr><td>F2<td>x<tr><td>z</table>");
