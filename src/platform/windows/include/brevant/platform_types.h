@@ -1,10 +1,11 @@
 // The platform types that the public headers name: on Windows they are the platform's own.
 #pragma once
 
+#include <winsock2.h>  // before anything that brings its older relative along
+
 #include <objidl.h>
 #include <ole2.h>
 #include <windows.h>
-#include <winsock2.h>
 
 // A macro for printers; the FTP client has an operation of that name.
 #undef SetPort
@@ -19,8 +20,9 @@
 #define BREVANT_API __declspec(dllimport)
 #endif
 // Gives an exported C function its leading underscore in the export table. On 32 bits a C name has
-// one more in the object file, which the linker takes off again.
-#if defined(_WIN64)
+// one more in object files, and what the library defines is exported by way of the functions that
+// cmake/Exports32.cmake makes.
+#if defined(_WIN64) || defined(BREVANT_BUILDING) || defined(BREVANT_STATIC)
 #define BREVANT_EXPORTED_AS(name) __asm__("_" #name)
 #else
 #define BREVANT_EXPORTED_AS(name) __asm__("__" #name)
