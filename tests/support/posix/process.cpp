@@ -20,6 +20,8 @@ namespace {
 
 // Runs in the child, where only the simplest calls are safe.
 [[noreturn]] void Become(char* const* arguments, const char* in, const char* out, const char* err) {
+  // A shell has what it starts in the background ignore this one, and Interrupt would do nothing.
+  std::signal(SIGINT, SIG_DFL);
   int input = open(in, O_RDONLY);
   int output = open(out, O_WRONLY | O_CREAT | O_TRUNC, 0600);
   int error = open(err, O_WRONLY | O_CREAT | O_TRUNC, 0600);
