@@ -1,4 +1,5 @@
 // The demonstration's site in a real browser.
+#include "look.h"
 #include "support/pop3_server.h"
 #include "support/process.h"
 #include "support/temporary_directory.h"
@@ -17,12 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Runs one check of look.js; BROWSER_PROGRAM and NODE_PATH come from the test's environment.
-test::ProgramResult Look(const std::string& check, const std::string& site,
-                         const std::string& out = {}) {
-  return test::RunProgram(
-      {NODE_PROGRAM, SOURCE_DIRECTORY "/tests/browser/look.js", check, site, out});
-}
+using test::Look;
+using test::RunHost;
 
 // The demonstration's board, made once.
 const std::string& Board() {
@@ -81,11 +78,6 @@ struct SentForm {
 
 class Voting : public Site {
  protected:
-  static test::ProgramResult RunHost(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), HOST_PROGRAM);
-    return test::RunProgram(arguments);
-  }
-
   // The votes for each answer of a question, as the host shows them.
   static std::map<std::string, int> Votes(const std::string& question) {
     static const std::regex kLine("  [0-9]+  (.*)  - ([0-9]+) votes?(, [0-9]+%)?");

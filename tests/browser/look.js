@@ -7,7 +7,7 @@ const path = require('path');
 const { pathToFileURL } = require('url');
 const { chromium } = require('playwright-core');
 
-const checks = { ...require('./checks.js'), ...require('./form.js') };
+const checks = { ...require('./attack.js'), ...require('./checks.js'), ...require('./form.js') };
 
 function pagesOf(site) {
   return fs.readdirSync(site).filter((name) => name.endsWith('.htm')).sort();
