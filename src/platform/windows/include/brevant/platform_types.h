@@ -19,13 +19,8 @@
 #else
 #define BREVANT_API __declspec(dllimport)
 #endif
-// Gives an exported C function its leading underscore in the export table. On 32 bits a C name has
-// one more in object files, and what the library defines is exported by way of the functions that
-// cmake/Exports32.cmake makes.
-#if defined(_WIN64) || defined(BREVANT_BUILDING) || defined(BREVANT_STATIC)
+// Gives an exported C function its leading underscore in the export table. (On 32 bits the linker wants
+// one more there, see cmake/Exports32.cmake; what imports the function has it already.)
 #define BREVANT_EXPORTED_AS(name) __asm__("_" #name)
-#else
-#define BREVANT_EXPORTED_AS(name) __asm__("__" #name)
-#endif
 // Tells the compiler to check a printf-style format at the given argument positions.
 #define BREVANT_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
