@@ -44,6 +44,20 @@ std::vector<std::string> NamesOf(const Tree& tree) {
   return names;
 }
 
+// Whether the standard library spells the names of files by the same bytes as the platform does.
+bool SpellsBytes() {
+  const TemporaryDirectory probe;
+  const std::string name = "\xC3\xA4";
+  const HANDLE file = CreateFileA((probe / name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(file);
+  for (const auto& entry : fs::directory_iterator(probe.Path())) {
+    return entry.path().filename().string() == name;
+  }
+  return false;
+}
+
 std::string Underlined(std::string name) {
   std::replace(name.begin(), name.end(), ' ', '_');
   return name;
@@ -56,7 +70,7 @@ class FullCircle : public HtmlBoard {
     brevant::ResetDeadline();
     for (const char* part : {"Server", "Server/home"}) fs::create_directory(root_ / part);
     UseDefaultTemplates();
-    for (const char* forum : kForums) MakeForum(forum, "About things", "B\xC3\xBC cher ");
+    for (const char* forum : kForums) MakeForum(forum, "About things", "B" + letter_ + " cher ");
     MakeContainer(brevant::TBoardKind::kLinkList, "Good Sites");
     MakeContainer(brevant::TBoardKind::kContributor, "Library");
     MakeContainer(brevant::TBoardKind::kQuestion, "Tea or coffee");
@@ -81,11 +95,13 @@ class FullCircle : public HtmlBoard {
                     root_ / ((part ? "" : "Templates/") + entry.path().filename().string()));
     }
     // Pictures whose names links cannot hold as they are.
-    for (const char* name : {"my logo.gif", "B\xC3\xA4r #1.gif", "100%.gif"}) Template(name, "GIF");
+    for (const char* name : {"my logo.gif", "100%.gif"}) Template(name, "GIF");
+    Template("B" + letter_ + "r #1.gif", "GIF");
     std::string index = ReadFileBytes(root_ / "Templates/index.htm");
     index.insert(index.find("<header"),
-                 "<img alt='' src='my logo.gif'><img alt='' src=\"B\xC3\xA4r #1.gif\">"
-                 "<img alt='' src='100%.gif'><a href='photos/My%20Photo.JPG'>me</a>");
+                 "<img alt='' src='my logo.gif'><img alt='' src=\"B" + letter_ +
+                     "r #1.gif\"><img alt='' src='100%.gif'><a href='photos/My%20Photo.JPG'>"
+                     "me</a>");
     Template("index.htm", index);
     for (const auto& [key, value] :
          std::map<std::string, std::string>{{"Forum list", "index"},
@@ -296,6 +312,8 @@ class FullCircle : public HtmlBoard {
     return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_);
   }
 
+  // Part of the names of files, where that can be looked at.
+  const std::string letter_ = SpellsBytes() ? "\xC3\xA4" : "ae";
   std::mt19937 random_{1};
   int posts_ = 0;
   std::set<std::string> subscribed_;  // subjects of posts that go to the reader
