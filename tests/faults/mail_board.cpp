@@ -96,14 +96,7 @@ void MakeListsAndQuestion(const std::string& data) {
     if (forum.Open(list, data.c_str(), 2, 0, 16) == 0) throw std::runtime_error(list);
     forum.Number("Max Message Count", 100000);
   }
-  TSurveyQuestion* question = CreateSurveyQuestion("Best colour", data.c_str());
-  for (const char* text : {"Red", "Deep blue"}) {
-    TMail* answer = OpenAnswer(0, nullptr);
-    answer->String("SUBJECT", text);
-    if (InsertAnswer(answer, question) == 0) throw std::runtime_error("cannot add an answer");
-    CloseAnswer(answer);
-  }
-  CloseSurveyQuestion(question);
+  MailBoard::MakeQuestion("Best colour", {"Red", "Deep blue"}, data);
 }
 
 void AddVotes(const std::string& name, const std::string& data, Filed* filed) {
@@ -170,6 +163,19 @@ void MailBoard::MakeForum(const std::string& name, const std::string& data) {
   forum->Number("Max Message Count", 100000);
   AddMailingList("outside@lists.example.org", "The outside list", forum);
   CloseForum(forum);
+}
+
+void MailBoard::MakeQuestion(const std::string& name, const std::vector<std::string>& answers,
+                             const std::string& data) {
+  TSurveyQuestion* question = CreateSurveyQuestion(name.c_str(), data.c_str());
+  if (question == nullptr) throw std::runtime_error("cannot make the question " + name);
+  for (const std::string& text : answers) {
+    TMail* answer = OpenAnswer(0, nullptr);
+    answer->String("SUBJECT", text.c_str());
+    if (InsertAnswer(answer, question) == 0) throw std::runtime_error("cannot add an answer");
+    CloseAnswer(answer);
+  }
+  CloseSurveyQuestion(question);
 }
 
 void MailBoard::UsePort(WORD port) const {

@@ -28,6 +28,8 @@ class MailBoard {
   void Set(const std::string& key, const std::string& value) const;
   void UsePort(WORD port) const;
   static void MakeForum(const std::string& name, const std::string& data);
+  static void MakeQuestion(const std::string& name, const std::vector<std::string>& answers,
+                           const std::string& data);
   // The command that runs a task.
   std::vector<std::string> RunCommand(const std::string& task) const;
   // The same without waiting for the disk, and otherwise undisturbed.
