@@ -3,6 +3,8 @@
 # and uses what is in it as its README says.
 set -euo pipefail
 zip=$(realpath "$1") wine=$2
+[[ $wine != */* ]] || wine=$(realpath "$wine")
+demo=$(realpath -m "${3:-/nowhere}")
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 export WINEPREFIX=$work/wine WINEPREFIX32=$work/wine WINEDEBUG=-all
@@ -69,13 +71,13 @@ grep -q $'\r$' "Boards/Garden Club/brevant.ini" || fail "the settings have no Wi
 ok "a board is made, filled and published with the archive's own templates"
 
 # The demonstration, if its Windows program is given, with the archive's host.
-if [ ! -s "${3-}" ]; then
+if [ ! -s "$demo" ]; then
   echo "LEFT OUT: the demonstration, which was not built for Windows"
 else
   mkdir demo
-  cp "$3" demo/
+  cp "$demo" demo/
   BREVANT_HOST="C:\\Program Files\\$name\\bin\\brevant-host.exe" \
-    timeout 300 "$wine" "C:\\demo\\$(basename "$3")" 'C:\demo\board' >demo.txt 2>&1 </dev/null ||
+    timeout 300 "$wine" "C:\\demo\\$(basename "$demo")" 'C:\demo\board' >demo.txt 2>&1 </dev/null ||
     { tail -n 20 demo.txt; fail "the demonstration"; }
   [ -s demo/board/Site/index.htm ] || fail "the demonstration made no site"
   ok "the demonstration runs with the archive's host"
