@@ -266,7 +266,8 @@ TMailDispatchTask::TOutcome TMailDispatchTask::NameRecipients(TRun& run, const s
       ++i;
     }
   }
-  if (!Aborted() && accepted) return TOutcome::kSent;
+  // An abort counts behind the test for an empty text, which is done with whatever happens.
+  if (accepted) return TOutcome::kSent;
   if (Aborted() && tried) TakeBack();
   return tried || Aborted() ? TOutcome::kFailed : TOutcome::kNobody;
 }

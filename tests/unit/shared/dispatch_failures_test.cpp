@@ -210,6 +210,26 @@ TEST_F(DispatchAborts, ATransactionUnderWayIsReset) {
   ExpectNothingSent();
 }
 
+// The recipients come first, then the text, then the continue flag.
+TEST_F(DispatchAborts, BehindAnAcceptedRecipientAnEmptyTextIsStillDoneWith) {
+  const std::pair<const char*, const char*> rows[] = {{"<p> <br>", "1"}, {"<p>text", "0"}};
+  AddForum("Pages", {"one@lists.org", "two@lists.org"});
+  std::string marks;
+  for (const auto& [content, mark] : rows) {
+    SCOPED_TRACE(content);
+    Post("Pages", "Page", content, {{"Document type", "text/html"}});
+    Serve({ParseDeviation("RCPT 2 silent")});
+    MakeDue();
+    Shown::Clear();
+    EXPECT_EQ(RunAbortedAt("Rcpt", 2), 0);
+    EXPECT_EQ(Marks("Pages"), marks += mark);
+    EXPECT_TRUE(server_->Transcript().ends_with("Rcpt To: two@lists.org\r\nRSET\r\nQUIT\r\n"))
+        << server_->Transcript();
+    EXPECT_EQ(Shown::Progress(), (std::vector<std::pair<int, int>>{{0, 100}, {0, 0}}));
+    EXPECT_EQ(Joined(Shown::History()), "Logged onto 127.0.0.1 successfully;");
+  }
+}
+
 TEST_F(DispatchAborts, WhileTheDataIsToBegin) {
   PostTwo();
   Serve({ParseDeviation("DATA 1 silent")});
