@@ -206,7 +206,8 @@ void TFileDeliveryTask::DeliverFolders(const TFolder& folder,
 
 bool TFileDeliveryTask::Scan(const TFolder& folder, TLocalFolder* local) {
   const char* shown = folder.shown.c_str();
-  DisplayStatus("Scanning %s (Local)", shown);
+  const bool entered = folder.depth <= kDeepest && brevant::CanEnter(folder.path);
+  if (entered) DisplayStatus("Scanning %s (Local)", shown);
   run_->scan.onFile = [shown](int number) {
     DisplayStatus("Scanning %s, %d files", shown, number);
   };
@@ -214,7 +215,7 @@ bool TFileDeliveryTask::Scan(const TFolder& folder, TLocalFolder* local) {
     DisplayHistory("Cannot open %s (Local)", name.c_str());
     StepFailed();
   };
-  if (folder.depth <= kDeepest && run_->scan.Scan(folder.path, local)) return true;
+  if (entered && run_->scan.Scan(folder.path, local)) return true;
   DisplayHistory("Cannot change directory to %s (Local)", shown);
   StepFailed();
   return false;
@@ -326,11 +327,6 @@ void TFileDeliveryTask::BringUpToDate(const TFolder& folder, const TDeliveryPlan
 
 void TFileDeliveryTask::SendFile(const TFolder& folder, const TLocalFile& file, bool isNew) {
   const std::string& name = file.record.name;
-  if (!brevant::CanBeSent(name)) {
-    delivered_ = false;
-    DisplayHistory("Cannot open %s (Remote)", name.c_str());
-    return;
-  }
   brevant::TFatJournal& journal = remoteFat_->Journal();
   if (!Noted(journal.InFlight(folder.key, name))) return;
   if (!Transfer(file, isNew)) {
@@ -346,8 +342,10 @@ bool TFileDeliveryTask::Transfer(const TLocalFile& file, bool isNew) {
   DisplayStatus("Opening %s", name.c_str());
   TraceHere();
   if (setup_->Number("Passive FTP Data Mode") != 0) client_.Status() |= kStatusPassive;
-  // A file of the temporary name cannot take its own place.
-  const bool indirect = run_->indirect && !brevant::EqualsIgnoreCase(name, kTemporaryName);
+  // A file of the temporary name cannot take its own place, and one whose name no command can carry
+  // has none: opening it fails before anything is sent.
+  const bool indirect = run_->indirect && brevant::CanBeSent(name) &&
+                        !brevant::EqualsIgnoreCase(name, kTemporaryName);
   const char* remoteName = indirect ? kTemporaryName : name.c_str();
   if (client_.OpenResource(remoteName, kOpenForWriting) == 0) {
     delivered_ = false;

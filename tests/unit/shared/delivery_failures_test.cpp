@@ -25,6 +25,22 @@ TEST_F(Delivery, RefusesALocalDirectoryThatCannotBeEntered) {
   EXPECT_EQ(Remote("a.htm"), "first");
 }
 
+TEST_F(Delivery, AFolderThatCannotBeEnteredIsReportedAndNotScanned) {
+  FtpOptions options;
+  options.onCommand = [&](const std::string& line) {
+    if (line == "STOR a.htm") RemoveLocal("gone");
+  };
+  Serve(options);
+  Local("a.htm", "first");
+  Local("gone/b.htm", "second");
+  Local("there/c.htm", "third");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(HistoryHas("Cannot change directory to gone (Local)"));
+  EXPECT_FALSE(StatusHas("Scanning gone (Local)"));
+  EXPECT_TRUE(StatusHas("Scanning there (Local)"));
+  ExpectSameTrees();
+}
+
 TEST_F(Delivery, NobodyThereIsReportedAndTriedAgain) {
   setup_->Number("FTP Port", DWORD{test::UnusedPort()});
   Local("a.htm", "first");
@@ -162,6 +178,7 @@ TEST_F(Delivery, NamesWithLineEndsAreReportedAndSkipped) {
     Local("c\nDELE a.htm", "y");
     Local("line\nend/d.htm", "z");
     EXPECT_EQ(Run(), 0);
+    EXPECT_TRUE(StatusHas("Opening b\r.htm"));
     EXPECT_TRUE(HistoryHas("Cannot open b\r.htm (Remote)"));
     EXPECT_TRUE(HistoryHas("Cannot open c\nDELE a.htm (Remote)"));
     EXPECT_TRUE(HistoryHas("Cannot change directory to line\nend (Remote)"));
