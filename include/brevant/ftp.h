@@ -83,7 +83,8 @@ class BREVANT_API TFTP : public TProtocol {
   int OpenResourceIfOlder(const char* name, int mode, const TTime& time) override;
   // Closes the data connection and, when a transfer had begun, waits for the server's final reply.
   // Gives 1 whatever it is; in standard mode 0 unless it begins with "2", which means that the
-  // transfer has failed. Without a transfer 1, at once.
+  // transfer has failed. Without a transfer 1, at once. A command before it closes the data
+  // connection, too, and drops the final reply.
   int Close() override;
   // Receives and sends on the data connection as TProtocol does; a result below 1 (0: the end of
   // the file, or of the server's patience) clears the status bits 1 and 16. -1 without an open

@@ -57,13 +57,12 @@ int TFTP::OpenHere(const char* name, int mode) {
 }
 
 int TFTP::OpenIf(const char* path, int mode, const TTime& time, Wanted wanted) {
-  status_ |= kStatusTimeChecked;
+  status_ |= DWORD{kStatusTimeChecked} | kStatusRetrieving;
   const int opened = Guarded(0, [&] {
     const char* name = nullptr;
     if (!EnterDirectoryOf(path, &name)) return 0;
     const bool known = GetFileInfo(name) != 0;
     const bool meets = wanted == Wanted::kNewer ? resourceTime_ > time : resourceTime_ < time;
-    status_ |= kStatusRetrieving;
     if (!known || meets) return OpenHere(name, mode);
     status_ &= ~DWORD{kStatusMayTransfer};
     return 0;
@@ -88,6 +87,7 @@ int TFTP::GetFileInfo(const char* name) {
     FinishTransfer();
     if (length < 1) return 0;
     TFindData found;
+    found.sizeLow = size_;
     ProcessFileInfo(line.data(), &found);
     size_ = found.sizeLow;
     resourceTime_ = TTime(found.lastWriteTime);

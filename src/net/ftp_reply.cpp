@@ -32,6 +32,8 @@ int TFTP::SendCommand(const char* command, const char* argument) {
 
 // Takes the replies that nobody has waited for, lest they be taken for those of the next command.
 bool TFTP::SettleReplies() {
+  // Of a transfer that nobody closed the final reply comes when it ends.
+  if (finalRepliesOwed_ != 0) DisconnectDataStream();
   std::array<char, kCodeLength + 1> code;
   while (Connected() && (finalRepliesOwed_ != 0 || abortRepliesOwed_ != 0)) {
     GetStatus(code.data(), nullptr, 0, 0);

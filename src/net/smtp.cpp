@@ -26,15 +26,16 @@ constexpr int kDone = 250;
 constexpr int kWillForward = 251;
 constexpr int kStartInput = 354;
 constexpr int kClosing = 421;
+constexpr int kNoCode = -1;  // 000 is one
 
 bool IsPermanentRefusal(int code) { return code >= 500 && code <= 599; }
 
-// The code that a line begins with; 0 when it does not.
+// The code that a line begins with, or kNoCode.
 int CodeOf(std::string_view line) {
-  if (line.size() < kCodeLength) return 0;
+  if (line.size() < kCodeLength) return kNoCode;
   int code = 0;
   for (const char c : line.substr(0, kCodeLength)) {
-    if (c < '0' || c > '9') return 0;
+    if (c < '0' || c > '9') return kNoCode;
     code = code * 10 + (c - '0');
   }
   return code;
@@ -195,7 +196,7 @@ int TSMTP::GetResponse(char* buffer, int size) {
   std::array<char, kStandardReplySize> line;
   const int code = StandardMode() ? ReceiveReplyStandard(line.data(), kStandardReplySize)
                                   : ReceiveReply(line.data(), kReplySize);
-  if (code == 0) return 0;
+  if (code == kNoCode) return 0;
   CopyText(line.data(), buffer, size);
   if (code == kClosing) TransferFailed();
   return code;
@@ -207,7 +208,7 @@ int TSMTP::ReceiveReply(char* line, int size) {
                          : Guarded(-1, [&] { return connection_->ReceiveLine(line, size, false); });
   if (length < 0) TransferFailed();
   // The bare code is no reply.
-  return length > kCodeLength ? CodeOf(line) : 0;
+  return length > kCodeLength ? CodeOf(line) : kNoCode;
 }
 
 int TSMTP::ReceiveReplyStandard(char* line, int size) {
@@ -215,13 +216,13 @@ int TSMTP::ReceiveReplyStandard(char* line, int size) {
   const DWORD start = GetTickCount();
   while (ReceiveReplyLine(line, size, &budget)) {
     const int code = CodeOf(line);
-    const char next = code != 0 ? line[kCodeLength] : '\0';
-    if (code != 0 && (next == ' ' || next == '\0')) return code;
+    const char next = code != kNoCode ? line[kCodeLength] : '\0';
+    if (code != kNoCode && (next == ' ' || next == '\0')) return code;
     // A server that sends line after line must not stretch the time-out.
-    if (code == 0 || next != '-' || GetTickCount() - start > timeout_) break;
+    if (code == kNoCode || next != '-' || GetTickCount() - start > timeout_) break;
   }
   TransferFailed();
-  return 0;
+  return kNoCode;
 }
 
 int TSMTP::OpenResource(const char* recipient, int mode) {

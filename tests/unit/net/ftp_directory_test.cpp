@@ -317,6 +317,13 @@ TEST_F(FtpDirectoryTest, FileInformationIsOneLineOfAListing) {
   EXPECT_EQ(site.client.SetType("I"), 1);  // the final reply was taken
 }
 
+TEST_F(FtpDirectoryTest, WithoutANumberTheExpectedSizeStays) {
+  FtpSite site(Listing("", "Jul 15 12:30 f\r\n"));
+  site.client.SetSize(7);
+  EXPECT_EQ(site.client.GetFileInfo("f"), 1);
+  EXPECT_EQ(site.client.GetSize(), 7U);
+}
+
 TEST_F(FtpDirectoryTest, WithoutALineThereIsNoInformation) {
   FtpSite site(Listing("", ""));
   EXPECT_EQ(site.client.GetFileInfo("f"), 0);
@@ -377,7 +384,10 @@ TEST_F(FtpTimeTest, APathIsEnteredFirst) {
   fs::create_directory(site_.root / "d");
   test::WriteFileBytes(site_.root / "d/f", "abc");
   EXPECT_EQ(site_.client.OpenResourceIfNewer("d/f", kOpenForReading, before_), 1);
+  site_.client.Close();
+  site_.client.Status() &= ~DWORD{kStatusRetrieving};
   EXPECT_EQ(site_.client.OpenResourceIfNewer("nowhere/f", kOpenForReading, before_), 0);
+  EXPECT_EQ(site_.client.Status() & 3U, 2U);
   EXPECT_EQ(site_.Commands(), (Lines{"CWD d", "LIST f", "RETR f", "CWD nowhere"}));
 }
 

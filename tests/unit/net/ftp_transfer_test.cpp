@@ -256,6 +256,22 @@ TEST_P(FtpTransferBothWays, AFileThatNobodyClosedIsClosedByTheNextOne) {
   EXPECT_EQ(site.Stored("g"), "def");
 }
 
+TEST_P(FtpTransferBothWays, AFileThatNobodyClosedIsClosedByTheNextCommand) {
+  FtpSite site(GetParam());
+  std::filesystem::create_directory(site.root / "d");
+  site.client.SetType("I");
+  ASSERT_EQ(site.client.OpenResource("f", kOpenForWriting), 1);
+  EXPECT_EQ(site.client.Write("abc", 3), 3);
+  EXPECT_EQ(site.Store("d/g", "def"), 1);
+  EXPECT_EQ(site.Stored("f"), "abc");
+  EXPECT_EQ(site.Stored("d/g"), "def");
+  // Of one that is being fetched the rest is dropped.
+  test::WriteFileBytes(site.root / "d/h", Pattern(8 << 20));
+  ASSERT_EQ(site.client.OpenResource("h", kOpenForReading), 1);
+  EXPECT_EQ(site.client.ChangeDirectory(".."), 1);
+  EXPECT_EQ(site.client.Status() & kStatusResourceOpen, 0U);
+}
+
 // Data connections that fail.
 
 TEST_P(FtpTransferBothWays, ADataConnectionThatIsRefusedFailsTheOpening) {
