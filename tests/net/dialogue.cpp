@@ -1,5 +1,6 @@
 #include "dialogue.h"
 
+#include <algorithm>
 #include <charconv>
 #include <sstream>
 #include <stdexcept>
@@ -103,5 +104,21 @@ class Parser {
 }  // namespace
 
 DialogueCase ParseDialogue(const std::string& text) { return Parser(text).Parse(); }
+
+std::vector<std::string> DialogueWords(const std::string& text) {
+  std::vector<std::string> words;
+  for (std::size_t at = 0; at < text.size();) {
+    if (text[at] == ' ') {
+      ++at;
+    } else if (text[at] == '"') {
+      words.push_back(ParseQuoted(text, &at));
+    } else {
+      const std::size_t end = std::min(text.find(' ', at), text.size());
+      words.push_back(text.substr(at, end - at));
+      at = end;
+    }
+  }
+  return words;
+}
 
 }  // namespace test

@@ -35,6 +35,9 @@ struct DialogueCase {
 // Throws std::runtime_error, with the line, when the text is no case.
 DialogueCase ParseDialogue(const std::string& text);
 
+// The words of a text; quoted ones may hold blanks and escapes.
+std::vector<std::string> DialogueWords(const std::string& text);
+
 // A protocol's side of the dialogues: a server with its personality and a client that does what the
 // steps say.
 class DialoguePlayer {
@@ -51,6 +54,7 @@ class DialoguePlayer {
   virtual std::vector<std::string> History() { return {}; }
 };
 
+std::unique_ptr<DialoguePlayer> MakeFtpPlayer(const DialogueCase& dialogue);
 std::unique_ptr<DialoguePlayer> MakePop3Player(const DialogueCase& dialogue);
 std::unique_ptr<DialoguePlayer> MakeRetrievalPlayer(const DialogueCase& dialogue);
 std::unique_ptr<DialoguePlayer> MakeSmtpPlayer(const DialogueCase& dialogue);

@@ -32,7 +32,8 @@ void Remember(const char* format, va_list arguments) {
 std::unique_ptr<test::DialoguePlayer> MakePlayer(const test::DialogueCase& dialogue) {
   static const std::map<
       std::string, std::function<std::unique_ptr<test::DialoguePlayer>(const test::DialogueCase&)>>
-      makers = {{"pop3", &test::MakePop3Player},
+      makers = {{"ftp", &test::MakeFtpPlayer},
+                {"pop3", &test::MakePop3Player},
                 {"retrieval", &test::MakeRetrievalPlayer},
                 {"smtp", &test::MakeSmtpPlayer}};
   const auto found = makers.find(dialogue.protocol);

@@ -6,7 +6,6 @@
 
 #include <brevant/brevant.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -22,23 +21,6 @@ constexpr int kCreate = 4096;
 constexpr int kExclusive = 16;
 
 std::vector<std::string> shown;
-
-// The words of a step's arguments; quoted ones may hold blanks.
-std::vector<std::string> Words(const std::string& text) {
-  std::vector<std::string> words;
-  for (std::size_t at = 0; at < text.size();) {
-    if (text[at] == ' ') {
-      ++at;
-      continue;
-    }
-    const bool quoted = text[at] == '"';
-    const std::size_t start = quoted ? at + 1 : at;
-    const std::size_t end = std::min(text.find(quoted ? '"' : ' ', start), text.size());
-    words.push_back(text.substr(start, end - start));
-    at = end + 1;
-  }
-  return words;
-}
 
 std::unique_ptr<TForum> NewContainer(const std::string& kind) {
   if (kind == "forum") return std::make_unique<TForum>();
@@ -102,7 +84,7 @@ class RetrievalPlayer : public DialoguePlayer {
             {"Records", &RetrievalPlayer::Records}, {"Files", &RetrievalPlayer::Files}};
     const auto found = operations.find(step.operation);
     if (found == operations.end()) throw std::runtime_error("unknown operation " + step.operation);
-    return (this->*found->second)(Words(step.arguments));
+    return (this->*found->second)(DialogueWords(step.arguments));
   }
 
   void Finish() override { server_.Server().WaitUntilFinished(server_.Server().Accepted()); }
