@@ -1,7 +1,8 @@
 // The platform types that the public headers name: on Windows they are the platform's own.
 #pragma once
 
-// clang-format off: the sockets come before anything that brings their older relative along
+// The sockets come before anything that brings their older relative along.
+// clang-format off
 #include <winsock2.h>
 #include <objidl.h>
 #include <ole2.h>
