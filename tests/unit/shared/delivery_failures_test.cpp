@@ -1,4 +1,4 @@
-// Delivery that is refused, interrupted or aborted, and goes on.
+// Delivery that is refused or interrupted, and goes on.
 #include "delivery_fixture.h"
 #include "shared/fat_journal.h"
 #include "text/unique_file.h"
@@ -185,79 +185,6 @@ TEST_F(Delivery, NamesWithLineEndsAreReportedAndSkipped) {
     EXPECT_EQ(Remote("a.htm"), indirect ? "second" : "first");
     EXPECT_EQ(Tree(remote_).size(), 1U);
   }
-}
-
-TEST_F(Delivery, AnAbortBeforeTheLogOnDoesNotConnect) {
-  Serve();
-  Local("a.htm", "first");
-  TFileDeliveryTask task(setup_, state_);
-  task.Abort();
-  EXPECT_EQ(Run(task), 0);
-  EXPECT_EQ(Connections(), 0);
-  EXPECT_TRUE(History().empty());
-}
-
-// The table is written back, and nothing is recorded that did not arrive as a whole.
-TEST_F(Delivery, AnAbortDuringATransferLeavesNoHalfFileRecorded) {
-  TFileDeliveryTask* running = nullptr;
-  int transfers = 0;
-  FtpOptions options;
-  options.onCommand = [&](const std::string& line) {
-    if (line.starts_with("STOR")) ++transfers;
-  };
-  options.onData = [&](long) {
-    if (transfers == 2) running->Abort();
-  };
-  Serve(options);
-  Local("a.htm", "first");
-  Local("b.htm", std::string(30000000, 'b'));
-  Local("c.htm", "third");
-  TFileDeliveryTask task(setup_, state_);
-  running = &task;
-  EXPECT_EQ(Run(task), 0);
-  EXPECT_EQ(Recorded("a.htm"), "5");
-  EXPECT_EQ(Recorded("b.htm"), "none");
-  EXPECT_EQ(Recorded("c.htm"), "none");
-  EXPECT_EQ(TransferTime(), 0U);
-  transfers = -100;
-  EXPECT_EQ(Run(), 1);
-  EXPECT_EQ(Stored(), (Names{"b.htm", "c.htm"}));
-  ExpectSameTrees();
-}
-
-TEST_F(Delivery, AnAbortAtTheEndOfATransferDoesNotCountItAsArrived) {
-  TFileDeliveryTask* running = nullptr;
-  FtpOptions options;
-  options.deviations = {test::ParseDeviation("STOR-END 1 delay 300")};
-  options.onData = [&](long) { running->Abort(); };
-  Serve(options);
-  Local("a.htm", "first");
-  TFileDeliveryTask task(setup_, state_);
-  running = &task;
-  EXPECT_EQ(Run(task), 0);
-  EXPECT_EQ(Recorded("a.htm"), "none");
-}
-
-TEST_F(Delivery, AfterAnAbortTheNextRunGoesOnBelowUnchangedDirectories) {
-  TFileDeliveryTask* running = nullptr;
-  FtpOptions options;
-  options.onCommand = [&](const std::string& line) {
-    if (running != nullptr && line == "STOR b.htm") running->Abort();
-  };
-  Serve(options);
-  Local("a.htm", "first");
-  Local("sub/b.htm", "second");
-  Local("zoo/c.htm", "third");
-  {
-    TFileDeliveryTask task(setup_, state_);
-    running = &task;
-    EXPECT_EQ(Run(task), 0);
-    running = nullptr;
-  }
-  EXPECT_TRUE(HasJournal());
-  EXPECT_EQ(Run(), 1);
-  EXPECT_FALSE(HasJournal());
-  ExpectSameTrees();
 }
 
 TEST_F(Delivery, ALostConnectionEndsTheFilesOfADirectoryAndTheNextOneLogsOnAgain) {

@@ -230,6 +230,16 @@ TEST_F(DispatchAborts, BehindAnAcceptedRecipientAnEmptyTextIsStillDoneWith) {
   }
 }
 
+TEST_F(DispatchAborts, WhileAnEmptyTextIsTakenBack) {
+  Post("General", "Empty", "<p>", {{"Document type", "text/html"}});
+  Post("General", "Next");
+  Serve({ParseDeviation("RSET 1 silent")});
+  EXPECT_EQ(RunAbortedAt("RSET"), 0);
+  EXPECT_EQ(Marks("General"), "10");
+  EXPECT_TRUE(server_->Transcript().ends_with("RSET\r\nQUIT\r\n")) << server_->Transcript();
+  EXPECT_TRUE(ScanTimeStored());
+}
+
 TEST_F(DispatchAborts, WhileTheDataIsToBegin) {
   PostTwo();
   Serve({ParseDeviation("DATA 1 silent")});
