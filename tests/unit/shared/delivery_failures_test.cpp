@@ -286,6 +286,34 @@ TEST_F(Delivery, AJournalThatCannotBeWrittenEndsTheRun) {
   EXPECT_NE(ErrorLog().find("Cannot open"), std::string::npos);
 }
 
+TEST_F(Delivery, AFileThatVanishesBeforeItIsSentIsReportedAndNotRecorded) {
+  for (const bool standard : {false, true}) {
+    Switch("Standard FTP Mode", standard);
+    bool vanishes = true;
+    FtpOptions options;
+    options.onCommand = [&](const std::string& line) {
+      if (vanishes && line == "STOR a.htm") RemoveLocal("b.htm");
+    };
+    Serve(options);
+    for (const char* name : {"a.htm", "b.htm", "c.htm"}) Local(name, standard ? name : "first");
+    EXPECT_EQ(Run(), standard ? 0 : 1);
+    EXPECT_TRUE(HistoryHas("Cannot open b.htm (Local)"));
+    EXPECT_TRUE(StatusHas("Opening b.htm"));
+    EXPECT_FALSE(StatusHas("Transfering b.htm"));
+    EXPECT_EQ(Stored(), (Names{"a.htm", "b.htm", "c.htm"}));
+    EXPECT_EQ(Recorded("b.htm"), standard ? "5" : "none");
+    EXPECT_EQ(Recorded("c.htm"), "5");
+    vanishes = false;
+    Local("b.htm", "here again");
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(Stored(), Names{"b.htm"});
+    ExpectSameTrees();
+    Local("b.htm", "first");
+    EXPECT_EQ(Run(), 1);
+    server_.reset();
+  }
+}
+
 TEST_F(Delivery, AFileThatCannotBeReadIsReportedAndItsCopyLeftAlone) {
   Serve();
   Local("a.htm", "first");

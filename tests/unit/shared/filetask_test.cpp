@@ -209,6 +209,7 @@ TEST_F(Delivery, AnEmptyRemoteDirectoryIsTheOneOfTheLogOn) {
   Local("a.htm", "first");
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Commands(), (Names{"TYPE I", "STOR a.htm"}));
+  EXPECT_TRUE(StatusHas("Changing to  (Remote)"));
   EXPECT_EQ(test::ReadFileBytes(directory_ / "remote/a.htm"), "first");
   EXPECT_EQ(Recorded("a.htm", "~me\\"), "5");
 }
