@@ -143,10 +143,11 @@ TEST_F(MailAttachments, HostileNamesStaySafeWhereTextsAreDecoded) {
 
 TEST_F(MailAttachments, WithSafeHtmlNoKeptFileIsOneThatIsRun) {
   setup_->Number("Safe HTML", 1);
-  Serve({"From: a@b\nTo: \"[My_Board:General]\" <x@y>\nSubject: files\nContent-Type: "
-         "multipart/mixed; boundary=edge\n\n--edge\nContent-Type: application/octet-stream; "
-         "name=evil.html\n\n<script>alert(1)</script>\n--edge\nContent-Type: "
-         "application/octet-stream; name=shell.php.png\n\n<?php\n--edge--\n"});
+  Serve(
+      {"From: a@b\nTo: \"[My_Board:General]\" <x@y>\nSubject: files\nContent-Type: "
+       "multipart/mixed; boundary=edge\n\n--edge\nContent-Type: application/octet-stream; "
+       "name=evil.html\n\n<script>alert(1)</script>\n--edge\nContent-Type: "
+       "application/octet-stream; name=shell.php.png\n\n<?php\n--edge--\n"});
   EXPECT_EQ(Run(), 1);
   std::set<std::string> names;
   for (const auto& entry : fs::directory_iterator(site_)) {
