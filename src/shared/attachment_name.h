@@ -23,8 +23,8 @@ std::string SafeFileName(std::string_view name);
 bool IsForbiddenAttachment(std::string_view name);
 
 // The name of a file that lies on a web server where anybody can ask for it: it keeps its extension
-// when files of that type are not run, neither by servers nor by browsers; any other becomes part of
-// the name, before ".bin". Further dots become "_", since some servers look at every extension.
+// when files of that type are not run, neither by servers nor by browsers; any other becomes part
+// of the name, before ".bin". Further dots become "_", since some servers look at every extension.
 std::string HarmlessFileName(std::string_view safeName);
 
 // Whether the name's extension is that of an image that pages show.

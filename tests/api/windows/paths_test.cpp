@@ -24,10 +24,14 @@ class WindowsPaths : public ::testing::Test {
     for (const char* part : {"", "\\Data", "\\Site", "\\Templates"}) {
       fs::create_directory(board_ + part);
     }
+    // Pages break their lines where these are long.
+    const std::string longLine =
+        "<p>" + std::string(50, 'a') + ' ' + std::string(50, 'b') + "</p>\n";
     test::WriteFileBytes(board_ + "\\Templates\\index.htm",
-                         "<ul><li><a href=\"$FORUM_FILENAME$\">$FORUM_NAME$</a></ul>\n");
-    test::WriteFileBytes(board_ + "\\Templates\\messages.htm",
-                         "<h1>$FORUM_NAME$</h1>\n<p>$MESSAGE_SUBJECT$: $MESSAGE_CONTENT$</p>\n");
+                         "<ul><li><a href=\"$FORUM_FILENAME$\">$FORUM_NAME$</a></ul>\n" + longLine);
+    test::WriteFileBytes(
+        board_ + "\\Templates\\messages.htm",
+        "<h1>$FORUM_NAME$</h1>\n<p>$MESSAGE_SUBJECT$: $MESSAGE_CONTENT$</p>\n" + longLine);
   }
 
   static void AddPost(const std::string& data) {

@@ -94,7 +94,10 @@ ProgramResult Program::Wait() {
   impl_->process = nullptr;
   ProgramResult result;
   result.exitCode = static_cast<int>(code);
+  // Lines as every program prints them, whatever its platform ends them with in a file.
   result.output = ReadFileBytes(impl_->directory / "out") + ReadFileBytes(impl_->directory / "err");
+  std::size_t at = 0;
+  while ((at = result.output.find("\r\n", at)) != std::string::npos) result.output.erase(at, 1);
   return result;
 }
 
