@@ -104,7 +104,7 @@ std::string FindIgnoringCase(const std::string& directory, std::string_view name
     listing = memory.Read(Openable(directory));
   }
   if (listing == nullptr) return {};
-  const std::string spelled = listing->Spelled(name);
+  std::string spelled = listing->Spelled(name);
   if (spelled.empty() || ::lstat((directory + spelled).c_str(), &facts) == 0) return spelled;
   // It went without a word, within one tick of the directory's time.
   listing = memory.Read(Openable(directory));
