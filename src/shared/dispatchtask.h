@@ -38,7 +38,6 @@ class TMailDispatchTask : public TTask {
   void WatchCommits(TRun& run);
   void DispatchForum(TRun& run, const std::string& name);
   bool DispatchMessage(TRun& run, const brevant::TBoardCache::THandle& forum, DWORD index);
-  bool SaveMarks(TRun& run, const brevant::TBoardCache::THandle& forum);
   TOutcome Send(TRun& run, TForum& forum, TMail& message);
   bool LogOn(TRun& run);
   void NameSender(const TRun& run, const TMail& message);
