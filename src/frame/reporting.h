@@ -10,7 +10,7 @@
 void DisplayStatus(const char* format, ...) BREVANT_PRINTF(1, 2);
 void DisplayHistory(const char* format, ...) BREVANT_PRINTF(1, 2);
 void DisplayError(const char* format, ...) BREVANT_PRINTF(1, 2);
-void DisplayErrorV(const char* format, va_list arguments);
+void DisplayErrorV(const char* format, va_list arguments) BREVANT_PRINTF(1, 0);
 void DisplayProgress(int done, int total);
 
 namespace brevant {
