@@ -205,8 +205,9 @@ bool ProfileText::MoveValue(const Change& change) {
     return false;
   }
   const std::string_view text = Part(line->begin, line->next - line->begin);
-  // A value with a line end of its own makes lines of its own.
-  if (text.find_first_of("\r\n") != text.size() - 2) return false;
+  // A value with a line end of its own makes lines of its own, and one with a "]" behind a key that
+  // begins with "[" makes a section.
+  if (text.find_first_of("\r\n") != text.size() - 2 || text.front() == '[') return false;
   const std::string_view value = Trim(text.substr(line->keyLength + 1));
   line->valueBegin = static_cast<std::uint32_t>(OffsetOf(value));
   line->valueLength = static_cast<std::uint32_t>(value.size());

@@ -27,11 +27,13 @@ class Checker {
   Checker(const std::string& bytes, bool foreign) : bytes_(bytes), foreign_(foreign) {}
 
   CheckedFile Run() {
-    if (bytes_.size() < 512 || U16(26) < 3) {
+    const std::uint32_t shift = U16(30);
+    if (bytes_.size() < 512 || U32(0) != 0xE011CFD0U || (U16(26) != 3 && U16(26) != 4) ||
+        shift != (U16(26) == 3 ? 9U : 12U) || bytes_.size() >> shift == 0) {
       Fail("no header");
       return result_;
     }
-    sector_ = std::size_t{1} << U16(30);
+    sector_ = std::size_t{1} << shift;
     if (bytes_.size() % sector_ != 0) Fail("size is no multiple of the sectors");
     count_ = static_cast<std::uint32_t>(bytes_.size() / sector_ - 1);
     owner_.assign(count_, "");

@@ -85,6 +85,14 @@ TEST_F(Profile, LineEndInAValueOfEqualLength) {
   EXPECT_EQ(Get("z"), "1");
 }
 
+TEST_F(Profile, AValueOfEqualLengthThatMakesItsLineASection) {
+  Write("[s]\r\n[a=12\r\nb=1\r\n");
+  EXPECT_EQ(Get("[a"), "12");
+  Set("[a", "x]");
+  EXPECT_EQ(Get("[a"), "(none)");
+  EXPECT_EQ(Get("b"), "(none)") << "it is in that section now";
+}
+
 TEST_F(Profile, ManyFilesAtOnce) {
   for (int round = 0; round < 3; ++round) {
     for (int i = 0; i < 20; ++i) {
