@@ -148,15 +148,17 @@ int TPOP3::NothingOpened() {
 
 int TPOP3::SkipReply() {
   std::array<char, kReplySize> line;
-  while (!Stopped()) {
+  int length = 0;
+  // What was not asked for, but some servers send the whole message, counts as the header does.
+  do {
     if (StandardMode()) {
-      if (ReadStandard(line.data(), kReplySize) < 1) return atEnd_ ? 1 : 0;
+      length = ReadStandard(line.data(), kReplySize);
+      if (length < 1) return atEnd_ ? 1 : 0;
     } else {
-      const int length = ReceiveText(line.data(), kReplySize, true);
+      length = ReceiveText(line.data(), kReplySize, true);
       if (length < 1 || line[0] == '.') return length > 0 ? 1 : 0;
     }
-  }
-  TransferFailed();
+  } while (CountHeaderBytes(length));
   return 0;
 }
 
@@ -272,11 +274,12 @@ int TPOP3::ReadStandard(char* buffer, int size) {
       if (start[0] == '.') {
         const int there = connection_->PeekAhead(start.data(), static_cast<int>(start.size()));
         const std::string_view seen(start.data(), static_cast<std::size_t>(there));
-        const bool mark = seen == ".\r\n" || seen.starts_with(".\n");
+        // What may stand behind the mark is the next reply's.
+        const int mark = seen.starts_with(".\n") ? 2 : seen == ".\r\n" ? 3 : 0;
         if (there < 2) return -1;  // cut off: neither a mark nor a line
-        connection_->Receive(start.data(), mark ? there : 1);
-        atEnd_ = mark;
-        if (mark) return 0;
+        connection_->Receive(start.data(), mark != 0 ? mark : 1);
+        atEnd_ = mark != 0;
+        if (atEnd_) return 0;
       }
     }
     return connection_->ReceivePiece(buffer, size);

@@ -473,6 +473,17 @@ TEST_F(Pop3Test, StandardModeEndsAtTheDotWhereverItStands) {
   EXPECT_EQ(mailbox.client.Status() & 9, 9U);
 }
 
+TEST_F(Pop3Test, WhatStandsBehindTheEndMarkIsTheNextReplys) {
+  for (const char* mark : {".\\n", ".\\r\\n"}) {
+    Mailbox<TPOP3> mailbox({}, kStatusStandardMode,
+                           Deviating({"RETR 1 reply \"+OK\\r\\nSubject: s\\r\\n\\r\\none\\n" +
+                                      std::string(mark) + "+OK gone\\r\\n\""}));
+    ASSERT_EQ(mailbox.client.OpenResource("1", 1), 1);
+    EXPECT_EQ(ReadAll(mailbox.client), "one\n");
+    EXPECT_EQ(mailbox.client.GetResponse(nullptr, 0, 1), 1) << mark;
+  }
+}
+
 TEST_F(Pop3Test, StandardModeUndoesDoubledDots) {
   const std::string body = ".one\n..two\n\n.\n. three\n";
   Mailbox<TPOP3> mailbox({"Subject: s\n\n" + body}, kStatusStandardMode);
