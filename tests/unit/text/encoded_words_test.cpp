@@ -105,7 +105,7 @@ TEST(HeaderText, AnEncodedNameIsNoAddress) {
 TEST(HeaderText, BeginningsOfWordsWithoutEndTakeLinearTime) {
   for (const std::string begin : {"=?a?q?x", "=?a?b?QQ!", "=?", "=?a?q? ", "=?a"}) {
     std::string header;
-    while (header.size() < 4000000) header += begin;
+    while (header.size() < 1000000) header += begin;
     EXPECT_EQ(brevant::DecodeEncodedWords(header), header);
     EXPECT_EQ(brevant::DecodeHeader(header).size(), header.size());
   }
