@@ -341,7 +341,7 @@ TEST_F(StorageOnDisk, AKillWhileAFileIsMadeAnewLeavesTheOldOne) {
   Put(root_, "kept", PatternText(5000));
   root_.Reset();
   const std::string before = ReadFileBytes(path_);
-  for (const rlim_t room : {0, 100, 512, 1000, 1500}) {
+  for (const rlim_t room : {0U, 100U, 512U, 1000U, 1500U}) {
     const int code = InChild([&] {
       const rlimit limit{room, room};
       if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
