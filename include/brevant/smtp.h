@@ -147,6 +147,7 @@ class BREVANT_API TSMTP : public TProtocol {
   std::string held_;        // standard mode: bytes of the message that wait for company
   int recipientReply_ = 0;
   bool recipientAccepted_ = false;  // of the message at hand
+  bool toldServer_ = false;         // a server was named the sender of the message at hand
   bool resetFirst_ = false;         // a sender stands at the server that nobody was reached with
   bool sendingFailed_ = false;      // what the server has of the last piece is not known
   bool atLineStart_ = true;         // standard mode: of the body as it was sent

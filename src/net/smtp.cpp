@@ -81,7 +81,7 @@ WORD TSMTP::DefaultPort() { return 25; }
 
 int TSMTP::Connect(const char* host, short port) {
   // A message that a lost connection left behind is not continued on a new one.
-  if (senderAccepted_ != 0 || dataStarted_ != 0) ForgetMessage();
+  if (toldServer_ || dataStarted_ != 0) ForgetMessage();
   const TSecurityInfos security(nullptr, nullptr);
   if (Connect(host, security, static_cast<WORD>(port)) == 0) return 0;
   return GetResponse(nullptr, 0) == kReady ? Login() : 0;
@@ -130,6 +130,7 @@ void TSMTP::ForgetTransaction() {
   senderAccepted_ = 0;
   dataStarted_ = 0;
   recipientAccepted_ = false;
+  toldServer_ = false;
   resetFirst_ = false;
   held_.clear();
   status_ &= ~DWORD{kStatusResourceOpen};
@@ -249,6 +250,7 @@ bool TSMTP::SendMailFrom() {
     sent = SendCommand("Mail From:", sender_ ? sender_->c_str() : "anonymous");
   }
   if (sent < 1) return false;
+  toldServer_ = true;
   senderAccepted_ = GetResponse(nullptr, 0) == kDone ? 1 : 0;
   recipientAccepted_ = false;
   return Connected();

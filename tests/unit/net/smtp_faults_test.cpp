@@ -174,6 +174,24 @@ TEST_P(SmtpAbortTest, AClearedFlagEndsTheWaitAndResetStillGoesOut) {
 INSTANTIATE_TEST_SUITE_P(EveryStep, SmtpAbortTest,
                          ::testing::Values("MAIL", "RCPT", "DATA", "END", "RSET"));
 
+// Also of one whose sender the server would not have.
+TEST_F(SmtpFaultTest, AMessageThatALostConnectionLeftBehindLeavesNoHeaderToTheNext) {
+  Mailer mailer(0, SmtpDeviating({"MAIL 1 reply \"450 later\\r\\n\"", "RCPT 1 drop 0"}));
+  ASSERT_EQ(mailer.connected, 1);
+  mailer.client.From("board@example.org");
+  mailer.client.Subject("one");
+  mailer.client.AddHeader("X-Mark", "one");
+  EXPECT_EQ(mailer.client.OpenResource("ann@example.org", 2), 0);
+  mailer.client.TProtocol::Disconnect();
+  ASSERT_EQ(mailer.Connect(), 1);
+  mailer.client.AddHeader("X-Mark", "two");
+  EXPECT_EQ(mailer.Send("ann@example.org", "body\r\n"), 1);
+  ASSERT_EQ(mailer.server.Mails().size(), 1u);
+  EXPECT_EQ(mailer.server.Mails()[0].sender, "board@example.org");
+  EXPECT_TRUE(mailer.server.Mails()[0].raw.starts_with("X-Mark: two\r\n\r\nbody"))
+      << mailer.server.Mails()[0].raw;
+}
+
 TEST_F(SmtpFaultTest, AnInterruptEndsTheWait) {
   Mailer mailer(0, SmtpDeviating({"RCPT * silent"}));
   std::thread other([&mailer] {
