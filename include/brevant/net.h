@@ -199,7 +199,8 @@ class BREVANT_API TPOP3 : public TProtocol {
   // The next line of the open message with its line end, terminated by a zero byte; a line of size
   // - 1 characters or more loses the character that follows those stored (not in standard mode,
   // where the rest comes with the next call). The length; 0 at the end of the message, from then on
-  // at once, and when the read failed, with the status bits 1 and 8 clear. Without standard mode
+  // at once, and when the read failed, with the status bits 1 and 8 clear, as it does beyond 1 GiB
+  // of one message. Without standard mode
   // the message ends at a line that begins with "." after an empty line. When nothing follows a
   // line that is a single "." in time, 0 is given as well, and the status bits stay.
   int Read(char* buffer, int size) override;
@@ -304,6 +305,7 @@ class BREVANT_API TPOP3 : public TProtocol {
   bool afterDot_ = false;  // the line read last was a single "."
   HeaderEnd headerEnd_ = HeaderEnd::kField;
   DWORD headerBytes_ = 0;
+  DWORD messageBytes_ = 0;  // read of the open message
 };
 
 // Adds the walk through the MIME parts of the open message. A message that is not multipart has one

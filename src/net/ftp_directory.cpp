@@ -15,7 +15,7 @@ namespace {
 
 constexpr LONG kBadParameter = 501;
 // A listing beyond this is no directory's.
-constexpr std::size_t kLongestListing = 32U << 20;
+constexpr std::size_t kLongestListing = 12U << 20;
 constexpr int kBlock = 16384;
 
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
@@ -96,6 +96,7 @@ int TFTP::GetDirectoryList(int details) {
     std::string text;
     if (SetType("A") == 0 || ReadListing("NLST", &text) == 0) return 0;
     std::vector<TFindData> entries = brevant::ListedNames(text);
+    if (entries.size() > brevant::kMostListedNames) return 0;
     text.clear();
     if (details != 0 && ReadListing("LIST", &text) != 0) brevant::AddDetails(text, entries);
     directoryList_ = std::move(entries);

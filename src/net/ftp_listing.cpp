@@ -132,8 +132,10 @@ std::optional<std::size_t> PlaceOf(const NameIndex& index, std::string_view line
 
 std::vector<TFindData> ListedNames(std::string_view text) {
   std::vector<TFindData> entries;
+  const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+  entries.reserve(std::min(lines, kMostListedNames + 1));
   std::string_view line;
-  while (NextLine(text, line)) {
+  while (entries.size() <= kMostListedNames && NextLine(text, line)) {
     if (line.ends_with('/')) line.remove_suffix(1);
     line.remove_prefix(line.rfind('/') + 1);
     if (!IsEntryName(line)) continue;

@@ -18,6 +18,10 @@ namespace {
 constexpr int kReplySize = 256;
 constexpr int kStandardReplySize = 1024;
 constexpr DWORD kFarewell = 50;  // milliseconds for what the server still sends after "QUIT"
+// Some servers send the body with a header, too. A server that never ends must not hold the reader
+// for ever.
+constexpr DWORD kMostSkipped = 32U << 20;
+constexpr DWORD kLargestMessage = 1U << 30;
 
 // The text after the first space; null when there is none.
 const char* AfterSpace(const char* line) {
@@ -148,9 +152,8 @@ int TPOP3::NothingOpened() {
 
 int TPOP3::SkipReply() {
   std::array<char, kReplySize> line;
-  int length = 0;
-  // What was not asked for, but some servers send the whole message, counts as the header does.
-  do {
+  for (DWORD skipped = 0; skipped <= kMostSkipped && !Stopped();) {
+    int length = 0;
     if (StandardMode()) {
       length = ReadStandard(line.data(), kReplySize);
       if (length < 1) return atEnd_ ? 1 : 0;
@@ -158,7 +161,9 @@ int TPOP3::SkipReply() {
       length = ReceiveText(line.data(), kReplySize, true);
       if (length < 1 || line[0] == '.') return length > 0 ? 1 : 0;
     }
-  } while (CountHeaderBytes(length));
+    skipped += static_cast<DWORD>(length);
+  }
+  TransferFailed();
   return 0;
 }
 
@@ -187,6 +192,7 @@ int TPOP3::Retrieve(const char* number) {
     resourceTime_ = TTime::Now();
     if (SendCommand("RETR", number) < 1) return 0;
     if (GetResponse(nullptr, 0, 1) == 0) return NothingOpened();
+    messageBytes_ = 0;
     if (ReadHeader() == HeaderEnd::kFailed) return 0;
     status_ |= kStatusResourceOpen;
     return 1;
@@ -240,8 +246,13 @@ int TPOP3::ReceiveText(char* buffer, int size, bool keepTerminator) {
 
 int TPOP3::Read(char* buffer, int size) {
   if (atEnd_ || size < 1) return 0;
+  if (messageBytes_ > kLargestMessage) {
+    TransferFailed();
+    return 0;
+  }
   const int count = StandardMode() ? ReadStandard(buffer, size) : ReadPlain(buffer, size);
   transferred_ += static_cast<DWORD>(count);
+  messageBytes_ += static_cast<DWORD>(count);
   return count;
 }
 
