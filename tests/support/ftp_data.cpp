@@ -17,7 +17,6 @@ using platform::Readiness;
 namespace {
 
 constexpr DWORD kPoll = 10;              // milliseconds between looks at the stop flag
-constexpr int kConnectionWait = 20000;   // milliseconds for a data connection to come about
 constexpr DWORD kStranger = 0x0200007F;  // 127.0.0.2 in network order
 
 sockaddr_in LoopbackAddress(WORD port) {
@@ -29,7 +28,7 @@ sockaddr_in LoopbackAddress(WORD port) {
 }
 
 // A connection to the client's port, from the address given when it is not 0.
-SOCKET ConnectToClient(WORD port, DWORD from) {
+SOCKET ConnectToClient(WORD port, DWORD from, int wait) {
   const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
   if (socket == INVALID_SOCKET || !platform::MakeNonBlocking(socket)) return INVALID_SOCKET;
   if (from != 0) {
@@ -40,7 +39,7 @@ SOCKET ConnectToClient(WORD port, DWORD from) {
   }
   int result = platform::ConnectNow(socket, LoopbackAddress(port));
   if (result == platform::kWouldBlock) {
-    platform::WaitForReadiness(socket, Readiness::kWritable, kConnectionWait);
+    platform::WaitForReadiness(socket, Readiness::kWritable, static_cast<DWORD>(wait));
     result = platform::ConnectResult(socket);
   }
   if (result == 1) return socket;
@@ -123,9 +122,10 @@ SOCKET DataPort::Open(const DataTerms& terms) {
   if (listener_ != nullptr) {
     socket = Accept(terms);
   } else if (activePort_ != 0 && !terms.fault.refused) {
-    const SOCKET stranger =
-        terms.fault.stranger ? ConnectToClient(activePort_, kStranger) : INVALID_SOCKET;
-    socket = ConnectToClient(activePort_, 0);
+    const SOCKET stranger = terms.fault.stranger
+                                ? ConnectToClient(activePort_, kStranger, terms.connectionWait)
+                                : INVALID_SOCKET;
+    socket = ConnectToClient(activePort_, 0, terms.connectionWait);
     if (stranger != INVALID_SOCKET) closesocket(stranger);
   }
   Forget();
@@ -133,7 +133,7 @@ SOCKET DataPort::Open(const DataTerms& terms) {
 }
 
 SOCKET DataPort::Accept(const DataTerms& terms) {
-  for (int waited = 0; waited < kConnectionWait && !*terms.stopping;
+  for (int waited = 0; waited < terms.connectionWait && !*terms.stopping;
        waited += static_cast<int>(kPoll)) {
     bool wouldBlock = false;
     const SOCKET socket = platform::AcceptNow(listener_->Socket(), nullptr, &wouldBlock);
@@ -157,7 +157,9 @@ std::size_t DataConnection::Pass(std::size_t count) {
 // seen to go while its bytes are not taken.)
 void DataConnection::Stall() {
   char byte = '\0';
-  while (!*terms_.stopping) {
+  const int limit = terms_.fault.stallTime;
+  for (int waited = 0; !*terms_.stopping && (limit < 0 || waited < limit);
+       waited += static_cast<int>(kPoll)) {
     const auto seen = recv(socket_, &byte, 1, MSG_PEEK);
     if (seen == 0) return;
     std::this_thread::sleep_for(std::chrono::milliseconds(kPoll));
@@ -178,6 +180,12 @@ bool DataConnection::Cut() {
                sizeof option);
   }
   return true;
+}
+
+bool DataConnection::SendAll(std::string_view bytes) {
+  bool sent = Send(bytes);
+  while (sent && !bytes.empty() && moved_ < terms_.fault.flood) sent = Send(bytes);
+  return sent;
 }
 
 bool DataConnection::Send(std::string_view bytes) {

@@ -16,6 +16,7 @@ struct DataTerms {
   DataFault fault;
   const std::atomic<bool>* stopping = nullptr;
   const std::function<void(long)>* onData = nullptr;
+  int connectionWait = 0;  // milliseconds
 };
 
 // Where a session's next data connection comes from: a port that it opens or one that it was told.
@@ -45,14 +46,16 @@ class DataConnection {
   DataConnection(const DataConnection&) = delete;
   DataConnection& operator=(const DataConnection&) = delete;
 
-  // Sends all bytes; false when the fault or the client ended it.
-  bool Send(std::string_view bytes);
+  // Sends all bytes, over and over if the fault says so; false when the fault or the client ended
+  // it.
+  bool SendAll(std::string_view bytes);
   // Hands what comes to take until the client closes; false when the fault ended it.
   bool Receive(const std::function<void(std::string_view)>& take);
 
  private:
   // Counts the bytes; how many of them still pass.
   std::size_t Pass(std::size_t count);
+  bool Send(std::string_view bytes);
   void Stall();
   bool Cut();
 

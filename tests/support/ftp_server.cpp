@@ -50,17 +50,17 @@ struct FtpServer::State {
 
   DataFault NextFault() {
     const std::lock_guard lock(mutex);
-    ++transfers;
-    for (const DataFault& fault : options.dataFaults) {
-      if (fault.transfer == 0 || fault.transfer == transfers) return fault;
-    }
-    return {};
+    return FaultOf(++transfers);
   }
   // That of the next transfer, which has not begun.
   DataFault ComingFault() {
     const std::lock_guard lock(mutex);
+    return FaultOf(transfers + 1);
+  }
+  DataFault FaultOf(int transfer) const {
+    if (options.dataFault) return options.dataFault(transfer);
     for (const DataFault& fault : options.dataFaults) {
-      if (fault.transfer == 0 || fault.transfer == transfers + 1) return fault;
+      if (fault.transfer == 0 || fault.transfer == transfer) return fault;
     }
     return {};
   }
@@ -236,7 +236,8 @@ class FtpServer::Session : public ServerSession {
     }
     answer.bytes = Reply(150, "Ok to send data.");
     answer.afterwards = [this, move = std::move(move)] {
-      const DataTerms terms{state_->NextFault(), &state_->stopping, &options_.onData};
+      const DataTerms terms{state_->NextFault(), &state_->stopping, &options_.onData,
+                            options_.connectionWait};
       const SOCKET socket = port_.Open(terms);
       if (socket == INVALID_SOCKET) return Reply(425, "Failed to establish connection.");
       bool whole = false;
@@ -286,7 +287,9 @@ class FtpServer::Session : public ServerSession {
   }
 
   void SendText(ServerAnswer& answer, std::string bytes) {
-    Transfer(answer, [bytes = std::move(bytes)](DataConnection& data) { return data.Send(bytes); });
+    if (options_.alterData) options_.alterData(&bytes);
+    Transfer(answer,
+             [bytes = std::move(bytes)](DataConnection& data) { return data.SendAll(bytes); });
   }
 
   void SendListing(ServerAnswer& answer, const std::shared_ptr<const std::string>& given,

@@ -19,6 +19,8 @@ struct DataFault {
   bool reset = false;     // ... with a reset
   long stallAfter = -1;   // after this many bytes it neither sends nor takes any more
   bool stranger = false;  // before the server somebody else (127.0.0.2) connects to the client
+  int stallTime = -1;     // milliseconds of a stall; -1: until the server is stopped
+  long flood = 0;         // what is sent is sent again until so many bytes went out
 };
 
 // Reads one fault from text: N ACTION, N a number or "*", one or more of
@@ -38,6 +40,10 @@ struct FtpOptions {
   // nothing.
   std::vector<Deviation> deviations;
   std::vector<DataFault> dataFaults;
+  // Instead of them: the fault of the n-th transfer, the same whenever it is asked for.
+  std::function<DataFault(int transfer)> dataFault;
+  // Milliseconds that the server waits for the client to connect to a port that it has opened.
+  int connectionWait = 20000;
   WORD port = 0;         // 0: one that the system chooses
   std::string account;   // empty: any
   std::string password;  // empty: any
@@ -52,6 +58,8 @@ struct FtpOptions {
   std::shared_ptr<const std::string> nlstText;
   // Called, in the conversation's thread, with each line that comes, before it is answered.
   std::function<void(const std::string& line)> onCommand;
+  // Changes what RETR, LIST and NLST are about to send.
+  std::function<void(std::string* bytes)> alterData;
   // Called with the count of bytes that a transfer has moved, for each block.
   std::function<void(long bytes)> onData;
 };

@@ -92,9 +92,11 @@ class LoopbackServer::Conversation {
 
   void Run() {
     const std::unique_ptr<ServerSession> session = server_.maker_();
+    saboteur_ = server_.MakeSaboteur();
     if (!Answer(*session, {"GREETING", session->Greeting(), false, nullptr})) return;
     std::string line;
     while (ReadLine(&line)) {
+      if (saboteur_) saboteur_->OnLine(line);
       if (!Answer(*session, session->OnRawLine(line))) return;
     }
   }
@@ -102,9 +104,7 @@ class LoopbackServer::Conversation {
  private:
   // Whether the conversation goes on.
   bool Answer(ServerSession& session, const ServerAnswer& answer) {
-    static const Deviation kNone;
-    const Deviation* found = server_.DeviationFor(answer.command);
-    const Deviation& deviation = found != nullptr ? *found : kNone;
+    const Deviation deviation = DeviationOf(answer);
     if (deviation.delay > 0) Pause(deviation.delay);
     if (deviation.flood > 0 && !Flood(deviation)) return false;
     std::string bytes = deviation.replaced ? deviation.reply : answer.bytes;
@@ -126,6 +126,13 @@ class LoopbackServer::Conversation {
     // A reply of another kind takes the place of all that would have followed.
     if (deviation.replaced && bytes.substr(0, 1) != answer.bytes.substr(0, 1)) return true;
     return Answer(session, {answer.command + "-END", answer.afterwards(), false, nullptr});
+  }
+
+  Deviation DeviationOf(const ServerAnswer& answer) {
+    if (answer.command.empty()) return {};
+    if (saboteur_) return saboteur_->OnAnswer(answer.command, answer.bytes);
+    const Deviation* found = server_.DeviationFor(answer.command);
+    return found != nullptr ? *found : Deviation();
   }
 
   bool Flood(const Deviation& deviation) {
@@ -212,6 +219,7 @@ class LoopbackServer::Conversation {
   SOCKET socket_;
   std::size_t index_;
   std::string received_;
+  std::unique_ptr<Saboteur> saboteur_;
 };
 
 LoopbackServer::LoopbackServer(SessionMaker maker, std::vector<Deviation> deviations, WORD port)
@@ -221,17 +229,33 @@ LoopbackServer::LoopbackServer(SessionMaker maker, std::vector<Deviation> deviat
 
 LoopbackServer::~LoopbackServer() { Stop(); }
 
+void LoopbackServer::SabotageBy(SaboteurMaker maker) {
+  const std::lock_guard lock(mutex_);
+  saboteurMaker_ = std::move(maker);
+}
+
+std::unique_ptr<Saboteur> LoopbackServer::MakeSaboteur() {
+  const std::lock_guard lock(mutex_);
+  return saboteurMaker_ ? saboteurMaker_() : nullptr;
+}
+
 void LoopbackServer::Stop() {
   stopping_ = true;
+  // Wakes the acceptor, which would else sleep for the rest of its interval.
+  const SOCKET waker = acceptor_.joinable() ? socket(AF_INET, SOCK_STREAM, 0) : INVALID_SOCKET;
+  if (waker != INVALID_SOCKET && platform::MakeNonBlocking(waker))
+    platform::ConnectNow(waker, Loopback(Port()));
   if (acceptor_.joinable()) acceptor_.join();
   for (std::thread& conversation : conversations_) {
     if (conversation.joinable()) conversation.join();
   }
+  if (waker != INVALID_SOCKET) closesocket(waker);
 }
 
 void LoopbackServer::AcceptClients() {
   while (!stopping_) {
     if (!platform::WaitForReadiness(listener_.Socket(), Readiness::kReadable, kPoll)) continue;
+    if (stopping_) return;
     bool wouldBlock = false;
     const SOCKET client = platform::AcceptNow(listener_.Socket(), nullptr, &wouldBlock);
     if (client == INVALID_SOCKET) continue;

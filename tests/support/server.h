@@ -76,6 +76,18 @@ std::string ParseQuoted(std::string_view text, std::size_t* at);
 // The reverse of ParseQuoted.
 std::string Quote(std::string_view bytes);
 
+// Watches one client's conversation and decides, answer by answer, how the server deviates: for
+// tests that make it up as they go. Called by the conversation's thread alone.
+class Saboteur {
+ public:
+  virtual ~Saboteur() = default;
+  // A line came, with its line end.
+  virtual void OnLine(const std::string& line) = 0;
+  // The proper answer to a command, as a personality names it, is about to be sent. Not called for
+  // lines that are no commands.
+  virtual Deviation OnAnswer(const std::string& command, const std::string& bytes) = 0;
+};
+
 // A listening socket on 127.0.0.1.
 class LoopbackListener {
  public:
@@ -120,6 +132,10 @@ class LoopbackServer {
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
 
+  using SaboteurMaker = std::function<std::unique_ptr<Saboteur>()>;
+  // A new saboteur for each client that comes from now on takes the place of the deviations.
+  void SabotageBy(SaboteurMaker maker);
+
   WORD Port() const { return listener_.Port(); }
   // The exact bytes that the clients sent, one after another.
   std::string Transcript() const;
@@ -139,7 +155,10 @@ class LoopbackServer {
   // The deviation for this occurrence of a command, or null.
   const Deviation* DeviationFor(const std::string& command);
 
+  std::unique_ptr<Saboteur> MakeSaboteur();
+
   SessionMaker maker_;
+  SaboteurMaker saboteurMaker_;
   std::vector<Deviation> deviations_;
   LoopbackListener listener_;
   std::atomic<bool> stopping_{false};
