@@ -4,6 +4,7 @@
 #include "host_commands.h"
 #include "sent_mail.h"
 #include "site_tree.h"
+#include "support/file_attributes.h"
 #include "support/ftp_server.h"
 #include "support/pop3_server.h"
 #include "support/smtp_server.h"
@@ -64,7 +65,8 @@ class Demonstration {
   explicit Demonstration(const fs::path& board)
       : board_(board),
         web_(MakeWebServer(board.string() + "-web")),
-        mailbox_(MailsIn(DEMO_MAIL_DIRECTORY), WithAccount<test::Pop3Options>("board")),
+        mailbox_(MailsIn(demo::SamplesDirectory() / "mail"),
+                 WithAccount<test::Pop3Options>("board")),
         ftp_(web_.string(), WithAccount<test::FtpOptions>("garden")) {}
 
   void Run() {
@@ -168,7 +170,7 @@ class Demonstration {
     Print("has to go.");
     const std::size_t sent = smtp_.Mails().size();
     const demo::SiteTree before = Remote();
-    for (const std::string& mail : MailsIn(DEMO_LATER_DIRECTORY)) mailbox_.Add(mail);
+    for (const std::string& mail : MailsIn(demo::SamplesDirectory() / "later")) mailbox_.Add(mail);
     mailbox_.Add(smtp_.Mails().front().content);
     // Runs remember their times in whole seconds.
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
@@ -176,12 +178,24 @@ class Demonstration {
     Host({"run", "BOARD"});
     Print("\nSent to subscribers:");
     demo::ListMails(smtp_.Mails(), sent);
+    ShowTidiedUp(demo::Missing(before, Remote()));
+    demo::CheckEqual(demo::TreeOf(Site()), Remote());
+  }
+
+  // What nobody can tell from the owner's own files stays.
+  void ShowTidiedUp(const std::vector<std::string>& gone) const {
+    if (!test::KeepsFileAttributes(board_.string() + "/")) {
+      if (!gone.empty()) throw std::runtime_error("a file that may be the owner's was deleted");
+      Print(
+          "\nLEFT OUT: files that no page names any longer stay. This file system keeps no "
+          "archive");
+      Print("attribute, so that every file here counts as the owner's.\n");
+      return;
+    }
     Print("\nNo page names these any longer, so they are gone here and on the server:");
-    const std::vector<std::string> gone = demo::Missing(before, Remote());
     if (gone.empty()) throw std::runtime_error("nothing was tidied up");
     for (const std::string& path : gone) Print("  " + path);
     Print("");
-    demo::CheckEqual(demo::TreeOf(Site()), Remote());
   }
 
   void NothingNew() {
@@ -198,10 +212,12 @@ class Demonstration {
     Print("\nThe board, its site and what is on the web server are still there to look at:");
     Print("  " + board_.string());
     Print("  " + (web_ / "www").string());
-    Print("Open this in a browser:\n  file://" + (Site() / "index.htm").generic_string());
+    const std::string page = (Site() / "index.htm").generic_string();
+    Print("Open this in a browser:\n  file://" + std::string(page[0] == '/' ? "" : "/") + page);
     Print("\n--- With a mailbox and a web server of your own ---");
-    Print("The same commands, with the names of your servers and without the ports:\n");
-    Print("  alias brevant-host=" + fs::path(DEMO_HOST).string());
+    Print(
+        "The same commands, with the names of your servers and without the ports; brevant-host is");
+    Print("  " + demo::HostProgram().string() + "\n");
     for (const char* line :
          {"brevant-host init myboard --name \"My Board\"",
           "brevant-host forum create myboard \"General Talk\"",
@@ -214,7 +230,7 @@ class Demonstration {
           "brevant-host config myboard set \"FTP Account\" me",
           "brevant-host config myboard set \"FTP Password\" -",
           "brevant-host config myboard set \"Remote Directory\" public_html",
-          "brevant-host run myboard          # now and then, for example from cron"}) {
+          "brevant-host run myboard          # now and then, best from a scheduler"}) {
       Print("  " + std::string(line));
     }
     Print("\nLeave out the servers that you do not have: what needs them is left out as well.");

@@ -1,5 +1,6 @@
 #include "host_commands.h"
 
+#include "platform/win32.h"
 #include "support/process.h"
 
 #include <cstdio>
@@ -11,10 +12,17 @@ namespace {
 
 constexpr int kUploadsShown = 3;
 
-// As a shell wants it; the demonstration's own texts hold no single quotes.
+// As every shell wants it; the demonstration's own texts hold nothing that means something there.
 std::string Quoted(const std::string& text) {
-  const bool plain = !text.empty() && text.find_first_of(" <>\"$&*?;()|`\\,") == std::string::npos;
-  return plain ? text : "'" + text + "'";
+  const bool plain = !text.empty() && text.find_first_of(" <>&*?;()|,") == std::string::npos;
+  return plain ? text : '"' + text + '"';
+}
+
+std::filesystem::path OwnProgram() {
+  constexpr DWORD kMostCharacters = 32768;
+  std::string path(kMostCharacters, '\0');
+  path.resize(GetModuleFileNameA(nullptr, path.data(), kMostCharacters));
+  return path;
 }
 
 std::string Skipped(int count) {
@@ -43,9 +51,19 @@ void Print(const std::string& text) {
   std::fflush(stdout);
 }
 
+std::filesystem::path HostProgram() {
+  const std::filesystem::path own = OwnProgram();
+  return own.parent_path() / ("brevant-host" + own.extension().string());
+}
+
+std::filesystem::path SamplesDirectory() {
+  const auto installed = OwnProgram().parent_path().parent_path() / "share/brevant/demo";
+  return std::filesystem::is_directory(installed) ? installed : DEMO_SOURCES;
+}
+
 void RunHost(const std::vector<std::string>& arguments, const std::string& input) {
   std::string shown = input.empty() ? "\n$ brevant-host" : "\n$ echo " + input + " | brevant-host";
-  std::vector<std::string> command = {DEMO_HOST};
+  std::vector<std::string> command = {HostProgram().string()};
   for (const std::string& argument : arguments) {
     shown += " " + Quoted(argument);
     command.push_back(argument);

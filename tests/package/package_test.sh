@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# package_test.sh ZIP WINE [DEMO]: unpacks the archive into an empty Wine directory, below a path with blanks,
+# package_test.sh ZIP WINE: unpacks the archive into an empty Wine directory, below a path with blanks,
 # and uses what is in it as its README says.
 set -euo pipefail
 zip=$(realpath "$1") wine=$2
 [[ $wine != */* ]] || wine=$(realpath "$wine")
-demo=$(realpath -m "${3:-/nowhere}")
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 export WINEPREFIX=$work/wine WINEPREFIX32=$work/wine WINEDEBUG=-all
@@ -27,9 +26,10 @@ unzip -q "$zip" -d "$programs"
 name=$(basename "$zip" .zip)
 top=$programs/$name
 
-for file in README.txt bin/brevant.dll bin/brevant-host.exe include/brevant/brevant.h \
+for file in README.txt bin/brevant.dll bin/brevant-host.exe bin/brevant-demo.exe include/brevant/brevant.h \
   include/brevant/platform_types.h lib/libbrevant.dll.a lib/brevant.def \
-  share/brevant/templates/index.htm examples/host.c examples/host.cpp examples/library.h docs/windows.md; do
+  share/brevant/templates/index.htm examples/host.c examples/host.cpp examples/library.h docs/windows.md \
+  share/brevant/demo/mail/01-plain.eml share/brevant/demo/later/15-answer.eml; do
   [ -s "$top/$file" ] || fail "not in the archive: $file"
 done
 ok "the archive is complete"
@@ -41,7 +41,8 @@ done
 ok "texts have Windows line ends"
 
 version=${name#brevant-} version=${version%%-*}
-python3 "$here/check_product.py" "$version" "$top/bin/brevant.dll" "$top/bin/brevant-host.exe" ||
+python3 "$here/check_product.py" "$version" "$top/bin/brevant.dll" "$top/bin/brevant-host.exe" \
+  "$top/bin/brevant-demo.exe" ||
   fail "the products"
 ok "imports and version resources"
 
@@ -70,16 +71,14 @@ grep -rq "Slugs again" "$site" || fail "the post is on no page"
 grep -q $'\r$' "Boards/Garden Club/brevant.ini" || fail "the settings have no Windows line ends"
 ok "a board is made, filled and published with the archive's own templates"
 
-# The demonstration, if its Windows program is given, with the archive's host.
-if [ ! -s "$demo" ]; then
-  echo "LEFT OUT: the demonstration, which was not built for Windows"
-else
-  mkdir demo
-  cp "$demo" demo/
-  BREVANT_HOST="C:\\Program Files\\$name\\bin\\brevant-host.exe" \
-    timeout 300 "$wine" "C:\\demo\\$(basename "$demo")" 'C:\demo\board' >demo.txt 2>&1 </dev/null ||
-    { tail -n 20 demo.txt; fail "the demonstration"; }
-  [ -s demo/board/Site/index.htm ] || fail "the demonstration made no site"
-  ok "the demonstration runs with the archive's host"
-fi
+# The archive's own demonstration, with the archive's host and sample mails.
+timeout 300 "$wine" "C:\\Program Files\\$name\\bin\\brevant-demo.exe" 'C:\Boards\A demonstration' \
+  >demo.txt 2>&1 </dev/null || { tail -n 20 demo.txt; fail "the demonstration"; }
+grep -A 1 "^LEFT OUT:" demo.txt || true
+for line in "The server's directory equals the site, byte for byte" "Only the mailbox was looked into"; do
+  grep -q "$line" demo.txt || fail "the demonstration does not say: $line"
+done
+[ -s "Boards/A demonstration/Site/index.htm" ] || fail "the demonstration made no site"
+[ -s "Boards/A demonstration-web/www/index.htm" ] || fail "the demonstration uploaded no site"
+ok "the demonstration runs from the archive, its host called $(grep -c '^\$ .*brevant-host' demo.txt) times"
 echo "$passed passed: $name"

@@ -1,5 +1,6 @@
 #include "file_handle.h"
 #include "platform/win32.h"
+#include "support/file_attributes.h"
 #include "support/temporary_directory.h"
 
 #include <filesystem>
@@ -31,13 +32,7 @@ class FileNames : public testing::Test {
   }
   BOOL Delete(const std::string& name) const { return DeleteFileA(File(name).c_str()); }
   // Where neither the archive nor the temporary attribute is kept, the tests of them are left out.
-  bool KeepsAttributes() const {
-    Make("probe");
-    SetAttributes("probe", FILE_ATTRIBUTE_TEMPORARY);
-    const bool keeps = Attributes("probe") == DWORD{FILE_ATTRIBUTE_TEMPORARY};
-    fs::remove(File("probe"));
-    return keeps;
-  }
+  bool KeepsAttributes() const { return test::KeepsFileAttributes(directory_.Path()); }
   void FailsWith(BOOL result, DWORD error) const {
     const DWORD actual = GetLastError();
     EXPECT_FALSE(result);

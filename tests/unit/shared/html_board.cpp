@@ -2,6 +2,7 @@
 
 #include "shared/html_site.h"
 #include "shared/htmltask.h"
+#include "support/file_attributes.h"
 #include "text/page_fields.h"
 #include "text/tag_dispatcher.h"
 
@@ -222,10 +223,8 @@ std::string HtmlBoard::ExpandIn(int kind, const std::string& text, const std::st
 }
 
 bool HtmlBoard::KeepsAttributes() {
-  const TemporaryDirectory probe;
-  WriteFileBytes(probe / "probe", "x");
-  SetFileAttributesA((probe / "probe").c_str(), FILE_ATTRIBUTE_TEMPORARY);
-  return GetFileAttributesA((probe / "probe").c_str()) == FILE_ATTRIBUTE_TEMPORARY;
+  const TemporaryDirectory directory;
+  return KeepsFileAttributes(directory.Path());
 }
 
 }  // namespace test
