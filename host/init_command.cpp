@@ -37,10 +37,10 @@ std::string ReadFile(const fs::path& path) {
   return content.str();
 }
 
-void WriteFile(const fs::path& path, const std::string& content) {
-  std::ofstream out(path, std::ios::binary);
-  out << content;
-  if (!out.flush()) throw UserError("Cannot write " + path.generic_string());
+void WriteFile(const fs::path& path, const std::string& content, bool ownerOnly = false) {
+  if (!CreateNewFile(path.string(), content, ownerOnly)) {
+    throw UserError("Cannot write " + path.generic_string());
+  }
 }
 
 // The default pages are those of a board of this name.
@@ -120,7 +120,8 @@ void WriteSettings(const std::string& board, const std::string& name) {
     }
     text += std::string(setting.key) + "=" + setting.initial + "\r\n";
   }
-  WriteFile(board + kSettingsFile, text);
+  // Passwords will stand in it.
+  WriteFile(board + kSettingsFile, text, true);
 }
 
 void PrintNextSteps(const std::string& directory) {
@@ -154,7 +155,11 @@ int InitCommand(const InitOptions& options) {
   const std::string name = BoardName(options, path, isBoard);
   const std::string templates = options.templates.empty() ? DefaultTemplates() : options.templates;
 
-  for (const char* part : {"", "Data", "Site", "Templates"}) MakeDirectory(path + part);
+  for (const char* part : {"", "Site", "Templates"}) MakeDirectory(path + part);
+  // The addresses of those who write and of those who read stand in there.
+  if (!MakeOwnersDirectory(path + "Data")) {
+    throw UserError("Cannot make the directory " + path + "Data");
+  }
   CopyTemplates(templates, path, name);
   if (isBoard) {
     PrintLine(options.directory + " is a board already; its settings were left as they are.");

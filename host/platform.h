@@ -24,6 +24,13 @@ class FileLock {
   static std::unique_ptr<FileLock> Acquire(const std::string& path, Failure* failure);
 };
 
+// Makes a file that is new, with this content; false when something stands there (a symbolic link
+// is not followed) or it cannot be written. ownerOnly: nobody else may read it, where the system
+// knows that.
+bool CreateNewFile(const std::string& path, const std::string& content, bool ownerOnly);
+// Makes a directory, if there is none, in which nobody but the owner finds anything.
+bool MakeOwnersDirectory(const std::string& path);
+
 // Whether standard output is a terminal, and how many columns it has.
 bool OutputIsTerminal();
 int TerminalColumns();

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -38,7 +39,7 @@ class PosixFileLock : public FileLock {
 
 std::unique_ptr<FileLock> FileLock::Acquire(const std::string& path, Failure* failure) {
   *failure = Failure::kError;
-  int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+  int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (file < 0) return nullptr;
   auto lock = std::make_unique<PosixFileLock>(file);
   if (flock(file, LOCK_EX | LOCK_NB) != 0) {
@@ -47,6 +48,28 @@ std::unique_ptr<FileLock> FileLock::Acquire(const std::string& path, Failure* fa
   }
   *failure = Failure::kNone;
   return lock;
+}
+
+bool CreateNewFile(const std::string& path, const std::string& content, bool ownerOnly) {
+  const int file =
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly ? 0600 : 0666);
+  if (file < 0) return false;
+  std::size_t done = 0;
+  while (done < content.size()) {
+    const ssize_t put = write(file, content.data() + done, content.size() - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) break;
+    done += static_cast<std::size_t>(put);
+  }
+  const bool whole = close(file) == 0 && done == content.size();
+  if (!whole) unlink(path.c_str());
+  return whole;
+}
+
+bool MakeOwnersDirectory(const std::string& path) {
+  struct stat facts {};
+  if (mkdir(path.c_str(), 0700) == 0) return true;
+  return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
 }
 
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }

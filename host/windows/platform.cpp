@@ -55,6 +55,25 @@ std::unique_ptr<FileLock> FileLock::Acquire(const std::string& path, Failure* fa
   return std::make_unique<WindowsFileLock>(file);
 }
 
+bool CreateNewFile(const std::string& path, const std::string& content, bool) {
+  HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  DWORD written = 0;
+  const bool whole =
+      WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != 0 &&
+      written == content.size();
+  CloseHandle(file);
+  if (!whole) DeleteFileA(path.c_str());
+  return whole;
+}
+
+bool MakeOwnersDirectory(const std::string& path) {
+  if (CreateDirectoryA(path.c_str(), nullptr) != 0) return true;
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool OutputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
 
 int TerminalColumns() {

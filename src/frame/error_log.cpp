@@ -33,7 +33,7 @@ int LogError(const char* text) {
   try {
     const std::string path = std::string(brevant::ProgramDirectory()) + "error.log";
     const std::string line = Line(text);
-    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, brevant::OwnerOnly(), OPEN_ALWAYS,
                               FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 1;
     DWORD written = 0;

@@ -1,5 +1,6 @@
 #include "shared/attachment_store.h"
 
+#include "platform/unpredictable_name.h"
 #include "shared/attachment_name.h"
 
 #include <algorithm>
@@ -19,13 +20,6 @@ bool WriteWhole(HANDLE file, std::string_view bytes) {
     bytes.remove_prefix(written);
   }
   return true;
-}
-
-std::string UnpredictableName() {
-  std::random_device random;
-  std::string name = "brevant-";
-  for (int i = 0; i < 5; ++i) name += AttachmentPrefix(random());
-  return name;
 }
 
 }  // namespace
@@ -71,8 +65,9 @@ bool TScratchFile::Create(std::string_view name) {
   const DWORD length = GetTempPathA(sizeof temporary, temporary);
   if (length == 0 || length >= sizeof temporary) return false;
   for (int attempt = 0; attempt < kAttempts && directory_.empty(); ++attempt) {
-    const std::string path = std::string(temporary, length) + UnpredictableName();
-    if (CreateDirectoryA(path.c_str(), nullptr) != 0) {
+    const std::string path =
+        std::string(temporary, length) + "brevant-" + platform::UnpredictableName();
+    if (CreateDirectoryA(path.c_str(), OwnerOnly()) != 0) {
       directory_ = path;
     } else if (GetLastError() != ERROR_ALREADY_EXISTS) {
       return false;

@@ -52,6 +52,7 @@ std::optional<TFatJournal::TEntry> EntryOf(char letter, std::string_view text,
 }  // namespace
 
 TFatJournal::TFound TFatJournal::Read(const std::function<void(const TEntry&)>& take) const {
+  if (LeadsOut(path_.c_str(), nullptr)) return TFound::kUnreadable;
   std::string bytes;
   if (!ReadWholeFile(path_, &bytes)) {
     const bool there = GetFileAttributesA(path_.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -104,7 +105,7 @@ bool TFatJournal::Gone(const std::string& directory) {
 bool TFatJournal::Clear() {
   file_ = UniqueFile();
   directory_.clear();
-  file_ = UniqueFile(CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+  file_ = UniqueFile(CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, OwnerOnly(),
                                  CREATE_ALWAYS, 0, nullptr));
   DWORD written = 0;
   return file_ && WriteFile(file_.Get(), kHeader.data(), static_cast<DWORD>(kHeader.size()),

@@ -41,7 +41,8 @@ struct TFileDeliveryTask::TRun {
         standardMode(setup.Integer("Standard FTP Mode") != 0),
         everyFolder(setup.Integer("Deliver Every Folder") != 0),
         indirect(setup.Number("Indirect FTP transfer") != 0),
-        scan(goOn, setup.Integer("Keep File Name Case") != 0),
+        scan(goOn, setup.Integer("Keep File Name Case") != 0,
+             brevant::RootOf(setup.String("Local Directory"))),
         block(kBlockBytes, '\0') {}
 
   std::string server;

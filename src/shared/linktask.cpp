@@ -97,7 +97,10 @@ bool TFileManagementTask::FollowLinks(const brevant::TSiteListing& site,
   while (continue_ != 0 && kept.NextPage(&name)) {
     const std::string* page = site.FindPage(name);
     if (page == nullptr || !read.insert(page).second) continue;
-    if (ReadPage(site.FullPathOf(*page), kept)) continue;
+    const std::string path = site.FullPathOf(*page);
+    // A link out of the site is a page of which nothing is known.
+    const bool foreign = brevant::LeadsOut(path.c_str(), site.Root().c_str());
+    if (!foreign && ReadPage(path, kept)) continue;
     DisplayHistory("Cannot open %s", page->c_str());
     return false;
   }

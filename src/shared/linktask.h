@@ -11,9 +11,9 @@ class TFileManagementTask : public TTask {
   TFileManagementTask(TSetup* setup, TPersistentState* state);
 
   // One scan, due when the site was updated since the last one. 1 when none was due or it was done;
-  // 0 when it was aborted, or the site's directory cannot be entered or a page of it not be read to
-  // its end, in which case nothing is deleted and no time is stored. An aborted scan stores its
-  // time.
+  // 0 when it was aborted, or the site's directory cannot be entered, or a page of it not be read
+  // to its end or is a link out of it, in which case nothing is deleted and no time is stored. An
+  // aborted scan stores its time.
   int Execute() override;
 
  private:

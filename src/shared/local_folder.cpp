@@ -30,7 +30,9 @@ void TLocalScan::TakeFile(const std::string& path, const std::string& name, int 
   TLocalFile file;
   file.path = path + name;
   file.record.name = keepCase_ || !FitsShortName(name) ? name : LowerCased(name);
-  if (const auto sum = summer_.Sum(file.path)) {
+  std::optional<TFileSum> sum;
+  if (!LeadsOut(file.path.c_str(), root_.c_str())) sum = summer_.Sum(file.path);
+  if (sum) {
     file.record.checksum = sum->checksum;
     file.record.size = sum->size;
     folder->files.push_back(std::move(file));

@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace brevant {
@@ -29,16 +30,18 @@ struct TLocalFolder {
 class TLocalScan {
  public:
   // goOn: scanning ends when it is clear. keepCase: names that fit 8.3 are not made lower case.
-  TLocalScan(const std::atomic<int>& goOn, bool keepCase)
-      : goOn_(goOn), keepCase_(keepCase), summer_(goOn) {}
+  // root: the site, out of which no file's link is followed.
+  TLocalScan(const std::atomic<int>& goOn, bool keepCase, std::string root)
+      : goOn_(goOn), keepCase_(keepCase), root_(std::move(root)), summer_(goOn) {}
 
   // Called before each file with its number, from 1, and with the path of one that cannot be read.
   std::function<void(int)> onFile;
   std::function<void(const std::string&)> onUnreadable;
 
   // Sizes and checksums of the plain files (all that are no directories), and the directories that
-  // are no symbolic links. Temporaries and journals are left out. path ends in a separator. False
-  // when the directory cannot be listed.
+  // are no symbolic links. A link to a file that is not in the site counts as one that cannot be
+  // read. Temporaries and journals are left out. path ends in a separator. False when the directory
+  // cannot be listed.
   bool Scan(const std::string& path, TLocalFolder* folder);
 
  private:
@@ -46,6 +49,7 @@ class TLocalScan {
 
   const std::atomic<int>& goOn_;
   bool keepCase_;
+  std::string root_;
   TFileSummer summer_;
 };
 

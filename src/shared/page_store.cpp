@@ -1,6 +1,7 @@
 // The site's directory.
 #include "shared/page_store.h"
 
+#include "platform/unpredictable_name.h"
 #include "shared/page_names.h"
 #include "store/ascii.h"
 #include "text/page_writer.h"
@@ -13,6 +14,8 @@ namespace {
 
 // A directory of its own: a name that is new in a directory costs as much as the directory is long.
 constexpr std::string_view kUnfinishedName = "~brevant.tmp";
+// What the names of the files in it begin with.
+constexpr std::string_view kUnfinishedFile = "file";
 constexpr std::size_t kBlockBytes = 65536;
 
 // A directory search, ended with the object.
@@ -65,8 +68,14 @@ bool GoesOnWith(HANDLE file, std::string_view bytes, std::string& block) {
   return true;
 }
 
+bool IsOwnDirectory(const std::string& path) {
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+         (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
 UniqueFile CreateToWrite(const std::string& path) {
-  return UniqueFile(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+  return UniqueFile(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                 FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
@@ -156,19 +165,31 @@ void TPageStore::Scan() {
 
 void TPageStore::RemoveUnfinished() {
   const std::string unfinished = directory_ + std::string(kUnfinishedName);
-  DeleteFileA((unfinished + "/file").c_str());
-  RemoveDirectoryA(unfinished.c_str());
   writing_ = false;
+  const DWORD attributes = GetFileAttributesA(unfinished.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    // Somebody's link in its place goes, and nothing of what it leads to.
+    if (DeleteFileA(unfinished.c_str()) == 0) RemoveDirectoryA(unfinished.c_str());
+    return;
+  }
+  ForEachFile(unfinished + "/" + std::string(kUnfinishedFile) + "*",
+              [&](const TFileFacts& file) { DeleteFileA((unfinished + "/" + file.name).c_str()); });
+  RemoveDirectoryA(unfinished.c_str());
 }
 
 std::string TPageStore::StartUnfinished() {
   if (directory_.empty()) return {};
   const std::string unfinished = directory_ + std::string(kUnfinishedName);
   if (!writing_) {
-    CreateDirectoryA(unfinished.c_str(), nullptr);
+    RemoveUnfinished();
+    // One that something else keeps there is used as it is: the names in it are new ones.
+    if (CreateDirectoryA(unfinished.c_str(), OwnerOnly()) == 0 && !IsOwnDirectory(unfinished)) {
+      return {};
+    }
     writing_ = true;
   }
-  return unfinished + "/file";
+  return unfinished + "/" + std::string(kUnfinishedFile) + "-" + platform::UnpredictableName();
 }
 
 std::optional<TFileFacts> TPageStore::FindPage(const std::string& fileName) const {
@@ -182,6 +203,8 @@ std::optional<TFileFacts> TPageStore::FindPage(const std::string& fileName) cons
 }
 
 bool TPageStore::Holds(const TFileFacts& file, const TPageWriter& page) const {
+  // A link is none of the pages that this library wrote; a new page takes its place.
+  if ((file.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return false;
   const UniqueFile present = UniqueFile::OpenToRead(directory_ + file.name);
   if (!present) return false;
   std::string block;

@@ -79,7 +79,7 @@ class TPageStore {
   TCopied Copy(const std::string& source, const std::string& fileName);
 
  private:
-  // The path at which the next file is written; empty when the site cannot be written to.
+  // A new path at which the next file is written; empty when the site cannot be written to.
   std::string StartUnfinished();
   bool Finish(const std::string& unfinished, const std::string& fileName);
   void RemoveUnfinished();

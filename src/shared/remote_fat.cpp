@@ -12,8 +12,10 @@ namespace {
 
 bool WriteTable(const std::string& path, const std::string& bytes) {
   const std::string unfinished = path + ".new~";
-  brevant::UniqueFile file(
-      CreateFileA(unfinished.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+  // Always a new file: what stands there, a killed run left or somebody else put there.
+  DeleteFileA(unfinished.c_str());
+  brevant::UniqueFile file(CreateFileA(unfinished.c_str(), GENERIC_WRITE, 0, brevant::OwnerOnly(),
+                                       CREATE_NEW, 0, nullptr));
   if (!file) return false;
   DWORD written = 0;
   const bool whole = WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
@@ -36,6 +38,7 @@ void FlushProfileCache(const std::string& path) {
 // The table's text; false when the file is there and cannot be read.
 bool ReadTable(const std::string& path, std::string* bytes) {
   FlushProfileCache(path);
+  if (brevant::LeadsOut(path.c_str(), nullptr)) return false;
   return brevant::ReadWholeFile(path, bytes) ||
          GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES;
 }

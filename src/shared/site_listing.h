@@ -30,6 +30,7 @@ class TSiteListing {
   const std::string* FindPage(const std::string& name) const;
   const std::vector<std::string>& PlainFiles() const { return plain_; }
 
+  const std::string& Root() const { return root_; }
   std::string FullPathOf(const std::string& path) const { return root_ + path; }
 
  private:

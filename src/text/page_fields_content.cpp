@@ -298,7 +298,8 @@ int ExpandAttachmentContent(const TFieldCall& call) {
   // A file is no value of an attribute.
   if (call.site.ShowsSafeHtml() && call.page.InTag()) return 1;
   const std::string path = call.site.Setup().String("Local Directory") + found->stored;
-  if (!IsPlainFileName(found->stored) || !WriteFileTo(call, path)) {
+  if (!IsPlainFileName(found->stored) || LeadsOut(path.c_str(), nullptr) ||
+      !WriteFileTo(call, path)) {
     return call.Fail("Cannot open resource");
   }
   return 1;

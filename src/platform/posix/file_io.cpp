@@ -4,6 +4,7 @@
 #include "platform/posix/errors.h"
 #include "platform/posix/file_search.h"
 #include "platform/posix/folded_names.h"
+#include "platform/posix/links.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
 #include "platform/posix/structured_storage_file.h"
@@ -135,9 +136,9 @@ int OpenMode(DWORD access) {
 
 bool ValidCall(DWORD access, DWORD share, const void* security, DWORD creation, DWORD flags,
                HANDLE templateFile) {
-  return (access & ~kKnownAccess) == 0 && (share & ~kKnownShare) == 0 && security == nullptr &&
-         creation >= CREATE_NEW && creation <= TRUNCATE_EXISTING && (flags & ~kKnownFlags) == 0 &&
-         templateFile == nullptr &&
+  return (access & ~kKnownAccess) == 0 && (share & ~kKnownShare) == 0 &&
+         (security == nullptr || security == brevant::OwnerOnly()) && creation >= CREATE_NEW &&
+         creation <= TRUNCATE_EXISTING && (flags & ~kKnownFlags) == 0 && templateFile == nullptr &&
          (creation != TRUNCATE_EXISTING || (access & GENERIC_WRITE) != 0);
 }
 
@@ -147,6 +148,7 @@ struct OpenRequest {
   DWORD share;
   DWORD creation;
   DWORD flags;
+  unsigned permissions;  // of a new file
   bool existed = false;
   std::string newPath;
 };
@@ -169,12 +171,15 @@ int OpenDescriptor(const char* name, OpenRequest* request) {
     }
     if (resolved.found) {
       request->newPath.clear();
-      const int descriptor = ::open(resolved.path.c_str(), mode);
+      // Whoever only reads goes where a link leads, as every program does.
+      const int descriptor = request->access == GENERIC_READ
+                                 ? ::open(resolved.path.c_str(), mode)
+                                 : brevant::posix::OpenWithoutLeaving(resolved.path, mode);
       if (descriptor >= 0) return descriptor;
     } else {
       brevant::posix::NameChange change(resolved.path);
       request->newPath = resolved.path;  // before there is a descriptor that could be lost
-      const int descriptor = ::open(resolved.path.c_str(), mode, 0666);
+      const int descriptor = ::open(resolved.path.c_str(), mode, request->permissions);
       if (descriptor >= 0) {
         change.Added();
         return descriptor;
@@ -222,7 +227,8 @@ HANDLE CreateFileA(const char* name, DWORD access, DWORD share, void* security, 
   if (!ValidCall(access, share, security, creation, flags, templateFile)) {
     return Fail(ERROR_INVALID_PARAMETER), INVALID_HANDLE_VALUE;
   }
-  OpenRequest request{access, share, creation, flags, false, {}};
+  OpenRequest request{access, share, creation, flags, security == nullptr ? 0666U : 0600U,
+                      false,  {}};
   // Made first, so that whatever fails from here on closes the file.
   auto file = std::make_shared<OpenFile>(access);
   const int descriptor = OpenDescriptor(name, &request);

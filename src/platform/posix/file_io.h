@@ -49,3 +49,15 @@ BOOL CreateDirectoryA(const char* name, void* security);
 BOOL RemoveDirectoryA(const char* name);
 DWORD GetTempPathA(DWORD size, char* path);
 DWORD GetFullPathNameA(const char* name, DWORD size, char* path, char** filePart);
+
+namespace brevant {
+
+// What CreateFileA and CreateDirectoryA take as security for what is new and nobody's but its
+// owner's.
+void* OwnerOnly();
+
+// Whether path is a symbolic link to what is neither in the directory nor below it, or to nothing.
+// directory may be null: the one that the link stands in.
+bool LeadsOut(const char* path, const char* directory);
+
+}  // namespace brevant

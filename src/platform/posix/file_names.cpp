@@ -4,10 +4,12 @@
 #include "platform/posix/file_io.h"
 #include "platform/posix/file_search.h"
 #include "platform/posix/folded_names.h"
+#include "platform/posix/links.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/sharing.h"
 #include "platform/posix/structured_storage.h"
 #include "platform/posix/structured_storage_file.h"
+#include "platform/unpredictable_name.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -83,9 +85,9 @@ bool CopyBytes(int from, int to) {
 // is complete, then the source goes.
 BOOL MoveByCopy(const std::string& from, const std::string& to, const FileFacts& facts) {
   if (!facts.isRegular || facts.isLink) return Fail(ERROR_NOT_SAME_DEVICE);
-  const std::string copy = to + ".moving~";
-  const Descriptor source(from, O_RDONLY);
-  ::unlink(copy.c_str());
+  const std::string copy = to.substr(0, to.find_last_of('/') + 1) + "moving-" +
+                           brevant::platform::UnpredictableName() + "~";
+  const Descriptor source(from, O_RDONLY | O_NOFOLLOW);
   const Descriptor target(copy, O_WRONLY | O_CREAT | O_EXCL, facts.mode & 0777U);
   if (!source || !target) return FailFromErrno();
   const timespec times[2] = {facts.accessed, facts.modified};
@@ -217,7 +219,10 @@ BOOL SetFileAttributesA(const char* name, DWORD attributes) try {
   if (!reference.ReadFacts(&facts)) return FailFromErrno();
   // What GetFileAttributesA gives for a directory may come back.
   if (facts.isDirectory) attributes &= ~FILE_ATTRIBUTE_DIRECTORY;
-  if (facts.isLink) attributes &= ~FILE_ATTRIBUTE_REPARSE_POINT;
+  if (facts.isLink) {
+    if (brevant::posix::TargetWithoutLeaving(file.path).empty()) return Fail(ERROR_ACCESS_DENIED);
+    attributes &= ~FILE_ATTRIBUTE_REPARSE_POINT;
+  }
   if ((attributes & ~kSettableBits) != 0 ||
       (facts.isDirectory && (attributes & FILE_ATTRIBUTE_TEMPORARY) != 0)) {
     return Fail(ERROR_INVALID_PARAMETER);
@@ -281,7 +286,9 @@ BOOL MoveFileExA(const char* from, const char* to, DWORD flags) try {
 }
 
 BOOL CreateDirectoryA(const char* name, void* security) try {
-  if (security != nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  if (security != nullptr && security != brevant::OwnerOnly()) {
+    return Fail(ERROR_INVALID_PARAMETER);
+  }
   const Resolved directory = Resolve(name);
   if (directory.found) return Fail(ERROR_ALREADY_EXISTS);
   std::string path = directory.path;
@@ -290,14 +297,19 @@ BOOL CreateDirectoryA(const char* name, void* security) try {
     path = brevant::posix::NativePath(name);
     if (path.empty() || path.back() != '/') return Fail(ERROR_PATH_NOT_FOUND);
     while (!path.empty() && path.back() == '/') path.pop_back();
-    return path.empty() ? Fail(ERROR_PATH_NOT_FOUND) : CreateDirectoryA(path.c_str(), nullptr);
+    return path.empty() ? Fail(ERROR_PATH_NOT_FOUND) : CreateDirectoryA(path.c_str(), security);
   }
   NameChange change(path);
-  if (::mkdir(path.c_str(), 0777) != 0) return FailFromErrno();
+  if (::mkdir(path.c_str(), security == nullptr ? 0777 : 0700) != 0) return FailFromErrno();
   change.Added();
   return TRUE;
 } catch (const std::bad_alloc&) {
   return FailForMemory();
+}
+
+void* brevant::OwnerOnly() {
+  static char mark = 0;  // known by its address
+  return &mark;
 }
 
 BOOL RemoveDirectoryA(const char* name) try {

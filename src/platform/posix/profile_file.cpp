@@ -1,6 +1,7 @@
 #include "platform/posix/profile_file.h"
 
 #include "platform/posix/errors.h"
+#include "platform/posix/links.h"
 #include "platform/posix/paths.h"
 
 #include <algorithm>
@@ -102,7 +103,8 @@ bool ProfileFile::Open(bool create) {
   constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   writable_ = true;
   // A new one is its owner's alone: settings hold passwords.
-  descriptor_ = ::open(path_.c_str(), O_RDWR | kAlways | (create ? O_CREAT : 0), 0600);
+  // Reading goes wherever a link leads, writing only where it stays in its directory.
+  descriptor_ = OpenWithoutLeaving(spelled_, O_RDWR | kAlways | (create ? O_CREAT : 0), 0600);
   if (descriptor_ < 0 && !create && (errno == EACCES || errno == EROFS || errno == EPERM)) {
     writable_ = false;
     descriptor_ = ::open(path_.c_str(), O_RDONLY | kAlways);

@@ -4,6 +4,7 @@
 #include "platform/posix/clock.h"
 #include "platform/posix/file_search.h"
 #include "platform/posix/folded_names.h"
+#include "platform/posix/links.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/structured_storage.h"
 #include "platform/posix/times.h"
@@ -120,6 +121,8 @@ constexpr int kAttempts = 8;  // when others remove or replace the file meanwhil
 bool MayBeReplaced(const std::string& path, struct stat* facts) {
   return ::lstat(path.c_str(), facts) == 0 && S_ISREG(facts->st_mode) && facts->st_nlink == 1;
 }
+// Boards hold addresses. A file that is there keeps the mode that its owner gave it.
+constexpr unsigned kNewMode = 0600;
 
 // Hands on what stays the same when a file is made anew in its place.
 void TakeOver(int old, const struct stat& facts, int made) {
@@ -133,27 +136,50 @@ void TakeOver(int old, const struct stat& facts, int made) {
   static_cast<void>(owned && moded && dated);
 }
 
-// Opens the draft for a path. A fixed name: what a kill left of one is used again, and two that
-// make the same file meet at its lock. S_FALSE when the directory takes no new files.
+// Removes what a kill left of a draft; not one that somebody is at, nor a directory.
+HRESULT RemoveLeftDraft(const std::string& draft) {
+  std::unique_ptr<StorageFile> left;
+  const int descriptor = ::open(draft.c_str(), O_RDWR | O_NOFOLLOW | kOpenFlags);
+  if (descriptor >= 0) {
+    const HRESULT result = Finish(descriptor, draft, true, false, &left);
+    const bool gone = SUCCEEDED(result) && !IsStillThere(descriptor, draft);
+    if (result == STG_E_SHAREVIOLATION || gone) return STG_E_SHAREVIOLATION;
+  }
+  NameChange change(draft);
+  if (::unlink(draft.c_str()) != 0 && errno != ENOENT) return STG_E_ACCESSDENIED;
+  change.Removed();
+  return S_OK;
+}
+
+// Opens the draft for a path. A fixed name, so that nothing is left when a process was killed, and
+// so that two that make the same file meet at it; but always a new file, which nobody else can have
+// put there. S_FALSE when the directory takes no new files.
 HRESULT OpenDraft(const std::string& path, std::unique_ptr<StorageFile>* file) {
   const std::string draft = path + ".new~";
   NameChange change(draft);
-  const int descriptor = ::open(draft.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | kOpenFlags, 0666);
+  constexpr int kMode = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | kOpenFlags;
+  int descriptor = ::open(draft.c_str(), kMode, kNewMode);
+  if (descriptor < 0 && errno == EEXIST) {
+    const HRESULT removed = RemoveLeftDraft(draft);
+    if (FAILED(removed)) return removed;
+    descriptor = ::open(draft.c_str(), kMode, kNewMode);
+  }
   if (descriptor < 0) {
     const bool closed = errno == EACCES || errno == EPERM || errno == ENAMETOOLONG;
     return closed ? S_FALSE : ResultFromErrno(errno);
   }
   change.Added();
-  const HRESULT result = Finish(descriptor, path, true, false, file);
-  if (FAILED(result)) return result;
-  if (!IsStillThere(descriptor, draft)) return STG_E_SHAREVIOLATION;
-  return ::ftruncate(descriptor, 0) == 0 ? S_OK : ResultFromErrno(errno);
+  HRESULT result = Finish(descriptor, path, true, false, file);
+  if (SUCCEEDED(result) && !IsStillThere(descriptor, draft)) result = STG_E_SHAREVIOLATION;
+  if (FAILED(result) && result != STG_E_SHAREVIOLATION) ::unlink(draft.c_str());
+  return result;
 }
 
 // Opens the file itself, to be written where it stands: an old one, or a new one in its directory.
 HRESULT OpenInPlace(const Resolved& resolved, std::unique_ptr<StorageFile>* file) {
   const int creation = resolved.found ? 0 : O_CREAT | O_EXCL;
-  const int descriptor = ::open(resolved.path.c_str(), O_RDWR | creation | kOpenFlags, 0666);
+  const int descriptor =
+      OpenWithoutLeaving(resolved.path, O_RDWR | creation | kOpenFlags, kNewMode);
   if (descriptor < 0 && errno == (resolved.found ? ENOENT : EEXIST)) return S_FALSE;
   if (descriptor < 0) return ResultFromErrno(errno);
   const HRESULT result = Finish(descriptor, resolved.path, true, false, file);
@@ -299,7 +325,7 @@ HRESULT OpenStorageFile(const std::string& name, bool writable, bool shared,
     const Resolved resolved = Resolve(name.c_str());
     if (!resolved.found) return resolved.directoryFound ? STG_E_FILENOTFOUND : STG_E_PATHNOTFOUND;
     const int descriptor =
-        ::open(resolved.path.c_str(), (writable ? O_RDWR : O_RDONLY) | kOpenFlags);
+        OpenWithoutLeaving(resolved.path, (writable ? O_RDWR : O_RDONLY) | kOpenFlags);
     if (descriptor < 0 && errno == ENOENT) continue;
     if (descriptor < 0) return ResultFromErrno(errno);
     const HRESULT result = Finish(descriptor, resolved.path, writable, shared, file);
@@ -339,7 +365,7 @@ HRESULT SetFileTimes(const std::string& name, const FILETIME* created, const FIL
                      const FILETIME* modified) {
   const Resolved resolved = Resolve(name.c_str());
   if (!resolved.found) return resolved.directoryFound ? STG_E_FILENOTFOUND : STG_E_PATHNOTFOUND;
-  const int descriptor = ::open(resolved.path.c_str(), O_RDONLY | kOpenFlags);
+  const int descriptor = OpenWithoutLeaving(resolved.path, O_RDONLY | kOpenFlags);
   if (descriptor < 0) return ResultFromErrno(errno);
   return StorageFile(descriptor, resolved.path).SetTimes(created, accessed, modified);
 }

@@ -1,6 +1,7 @@
 // Where a document's journal stands: x.mwd.jnl beside x.mwd. No search for documents finds it, for
 // its extension differs, that of its short name too.
 #include "platform/posix/folded_names.h"
+#include "platform/posix/links.h"
 #include "platform/posix/structured_storage.h"
 #include "platform/posix/structured_storage_file.h"
 
@@ -20,11 +21,6 @@ using compound::Status;
 constexpr char kEnding[] = ".jnl";
 constexpr int kMostSetAside = 10000;
 constexpr int kOpenFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-
-bool IsLink(const std::string& path) {
-  struct stat facts {};
-  return ::lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode);
-}
 
 // The journal lies beside the file itself, whichever link leads there.
 std::string RealPath(const std::string& path) {

@@ -125,7 +125,7 @@ class LocalScan : public ::testing::Test {
   }
   std::vector<std::string> Names(bool keepCase = false) {
     folder_ = {};
-    brevant::TLocalScan scan(goOn_, keepCase);
+    brevant::TLocalScan scan(goOn_, keepCase, directory_.Path());
     scan.onFile = [this](int number) { numbers_.push_back(number); };
     listed_ = scan.Scan(site_, &folder_);
     std::vector<std::string> names;
@@ -199,7 +199,7 @@ TEST_F(LocalScan, AnEmptyDirectoryIsListed) {
 
 TEST_F(LocalScan, EndsAtAnAbort) {
   for (const char* name : {"a.txt", "b.txt", "c.txt"}) File(name);
-  brevant::TLocalScan scan(goOn_, false);
+  brevant::TLocalScan scan(goOn_, false, directory_.Path());
   scan.onFile = [this](int number) {
     if (number == 2) goOn_ = 0;
   };
