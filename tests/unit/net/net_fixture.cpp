@@ -7,7 +7,7 @@
 namespace test {
 namespace {
 
-void Remember(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] void Remember(const char* format, va_list arguments) {
   std::array<char, 2048> line;
   std::vsnprintf(line.data(), line.size(), format, arguments);
   History::Lines().emplace_back(line.data());

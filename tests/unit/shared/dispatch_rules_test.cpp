@@ -22,26 +22,10 @@ TEST(WholeWord, StandsWhereNoWordGoesOn) {
 }
 
 TEST(WholeWord, IsNoPartOfALongerWord) {
-  const char* texts[] = {"",
-                         "a@x.or",
-                         "aa@x.org",
-                         "1a@x.org",
-                         "_a@x.org",
-                         ".a@x.org",
-                         "-a@x.org",
-                         "+a@x.org",
-                         "@a@x.org",
-                         "a@x.orgs",
-                         "a@x.org1",
-                         "a@x.org_",
-                         "a@x.org.",
-                         "a@x.org-",
-                         "a@x.org+",
-                         "a@x.org@b",
-                         "Aa@x.org.",
-                         "a@x.org.b",
-                         "\xC3\xBC"
-                         "a@x.org"};
+  const char* texts[] = {"",          "a@x.or",    "aa@x.org",  "1a@x.org",       "_a@x.org",
+                         ".a@x.org",  "-a@x.org",  "+a@x.org",  "@a@x.org",       "a@x.orgs",
+                         "a@x.org1",  "a@x.org_",  "a@x.org.",  "a@x.org-",       "a@x.org+",
+                         "a@x.org@b", "Aa@x.org.", "a@x.org.b", "\303\274a@x.org"};
   for (const char* text : texts) EXPECT_FALSE(ContainsWholeWord(text, "a@x.org")) << text;
 }
 

@@ -129,7 +129,7 @@ TEST(PlainText, ManyTitlesThatNothingEndsTakeLinearTime) {
 }
 
 TEST(PlainText, AWordOfAnyLengthIsWhole) {
-  for (const std::size_t length : {4095, 4096, 4097, 8192, 8193, 10'000, 100'000}) {
+  for (const std::size_t length : {4095U, 4096U, 4097U, 8192U, 8193U, 10'000U, 100'000U}) {
     const std::string word(length, 'x');
     EXPECT_EQ(HtmlToPlainText(word), word);
     EXPECT_EQ(HtmlToPlainText("a " + word + " b"), "a " + word + " b");

@@ -28,7 +28,9 @@ class HtmlZone : public HtmlBoard {
     ::tzset();
     const std::string path = root_ / "zone";
     std::string file = "TZif" + std::string(16, '\0');
-    for (const std::size_t count : {0, 0, 0, 0, 1, static_cast<int>(name.size()) + 1}) {
+    const std::size_t none = 0;
+    const std::size_t one = 1;
+    for (const std::size_t count : {none, none, none, none, one, name.size() + 1}) {
       file += {'\0', '\0', '\0', static_cast<char>(count)};
     }
     file += {'\0', '\0', 3600 / 256, 3600 % 256, '\0', '\0'};  // seconds, no summer, name
