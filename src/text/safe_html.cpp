@@ -186,6 +186,7 @@ std::string_view TSafeHtml::TakeLess(std::string_view html) {
   }
   tokens_.WriteLiteral("<");
   TakeItems();
+  afterWord_ = false;
   state_ = TState::kTag;
   attributesTo_ = 0;
   tail_.clear();
@@ -306,12 +307,11 @@ std::string_view TSafeHtml::TakeDropped(std::string_view html) {
 }
 
 void TSafeHtml::TakeItems() {
-  bool afterWord = false;
   for (std::size_t at = 0; at < tokens_.ItemCount(); ++at) {
     const TItem item = tokens_.Item(at);
     const bool isWord = item.kind == TItemKind::kWord;
     if (isWord) {
-      if (afterWord) html_ += ' ';
+      if (afterWord_) html_ += ' ';
       WriteText(item.text);
     } else if (item.kind == TItemKind::kSpace) {
       html_ += ' ';
@@ -322,7 +322,7 @@ void TSafeHtml::TakeItems() {
     } else {
       EndElement(item.text);
     }
-    afterWord = isWord && !item.goesOn;
+    afterWord_ = isWord && !item.goesOn;
   }
   tokens_.ForgetItems();
 }

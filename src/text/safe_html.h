@@ -57,6 +57,7 @@ class TSafeHtml {
   std::string html_;
   TSafeTree tree_;
   TState state_ = TState::kText;
+  bool afterWord_ = false;        // a word was written last, and the next one is not its rest
   bool less_ = false;             // a "<" whose next character is not there yet
   char quote_ = 0;                // the tag is inside a value with a ">" in it
   std::size_t attributesTo_ = 0;  // the tag's attributes before this are whole

@@ -316,6 +316,17 @@ TEST(SafeHtml, AnOverlongTagLosesTheAttributeThatWasCut) {
   EXPECT_EQ(Safe("<!--" + std::string(9000, 'x') + "-->y"), "y");
 }
 
+TEST(SafeHtml, LongTextInPiecesLosesNoBlank) {
+  const std::string text = Repeated("some words ", 2000);
+  for (const std::size_t step : {std::size_t{1}, std::size_t{7}, std::size_t{4095}}) {
+    TSafeHtml safe;
+    for (std::size_t at = 0; at < text.size(); at += step)
+      safe.Take(std::string_view(text).substr(at, step));
+    safe.Finish();
+    EXPECT_EQ(safe.Html(), text) << step;
+  }
+}
+
 TEST(SafeHtml, PiecesMakeNoDifference) {
   const std::string html =
       "<p>a<!-- x > y -->b<script>if (a</b) </scrip></script>c<a href=\"http://x.org/?>\">d</a> < e"
