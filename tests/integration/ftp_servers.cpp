@@ -88,6 +88,38 @@ FtpServerOf::~FtpServerOf() { Stop(); }
 
 std::string FtpServerOf::LocalDirectory() const { return directory_ / "root/site/"; }
 
+std::map<std::string, std::string> FtpServerOf::Tree() const {
+  std::map<std::string, std::string> tree;
+  for (const auto& entry : fs::recursive_directory_iterator(LocalDirectory())) {
+    const std::string path = entry.path().lexically_relative(LocalDirectory()).generic_string();
+    tree[path] = entry.is_directory() ? "/" : ReadFileBytes(entry.path().string());
+  }
+  return tree;
+}
+
+bool FtpServerOf::Exists(const std::string& path) const {
+  return fs::exists(LocalDirectory() + path);
+}
+
+std::string FtpServerOf::Bytes(const std::string& path) const {
+  return ReadFileBytes(LocalDirectory() + path);
+}
+
+int FtpServerOf::Permissions(const std::string& path) const {
+  return static_cast<int>(fs::status(LocalDirectory() + path).permissions());
+}
+
+void FtpServerOf::Clear() const {
+  for (const auto& entry : fs::directory_iterator(LocalDirectory())) fs::remove_all(entry.path());
+}
+
+void FtpServerOf::Fill(int count, const std::string& prefix, const std::string& bytes) const {
+  for (int i = 0; i < count; ++i) {
+    WriteFileBytes(LocalDirectory() + prefix + std::to_string(i), bytes);
+  }
+  TakeOver();
+}
+
 void FtpServerOf::TakeOver() const {
   const std::string owner = IdOf("-u") + ":" + IdOf("-g");
   RunOrThrow({"/bin/chown", "-R", owner, LocalDirectory()});

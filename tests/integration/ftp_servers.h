@@ -5,6 +5,7 @@
 #include "support/process.h"
 #include "support/temporary_directory.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,11 +35,20 @@ class FtpServerOf {
   WORD Port() const { return port_; }
   const char* Account() const;
   const char* Password() const { return "secret"; }
-  // The directory as the client names it, and where it lies, with a final "/".
+  // The directory as the client names it.
   const char* RemoteDirectory() const { return "/site"; }
-  std::string LocalDirectory() const;
-  // Takes over what a test has put there.
-  void TakeOver() const;
+
+  // What lies in it: bytes by path, with "/" in place of a directory's.
+  std::map<std::string, std::string> Tree() const;
+  bool Exists(const std::string& path) const;
+  // Empty when there is none.
+  std::string Bytes(const std::string& path) const;
+  // As the server's system has them, for example 0600.
+  int Permissions(const std::string& path) const;
+  void Clear() const;
+  // Puts files there that are called PREFIX0, PREFIX1 and so on.
+  void Fill(int count, const std::string& prefix, const std::string& bytes) const;
+
   // Ends the server with all its sessions; starts it again on the same port.
   void Stop();
   void Start();
@@ -46,6 +56,10 @@ class FtpServerOf {
   std::vector<std::string> Commands() const;
 
  private:
+  // Where the directory lies, with a final "/".
+  std::string LocalDirectory() const;
+  // Hands what lies there over to the user that the server works as.
+  void TakeOver() const;
   std::vector<std::string> Configure();
   std::vector<std::string> ConfigureVsftpd();
   std::vector<std::string> ConfigurePureFtpd();

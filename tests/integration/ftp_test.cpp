@@ -4,7 +4,6 @@
 #include <brevant/ftp.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
@@ -13,8 +12,6 @@
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 using test::FtpMake;
 using test::FtpServerOf;
@@ -28,9 +25,7 @@ class FtpIntegration : public ::testing::TestWithParam<std::tuple<FtpMake, DWORD
     std::unique_ptr<FtpServerOf>& server = Servers()[Make()];
     if (server == nullptr) server = std::make_unique<FtpServerOf>(Make());
     server_ = server.get();
-    for (const auto& entry : fs::directory_iterator(server_->LocalDirectory())) {
-      fs::remove_all(entry.path());
-    }
+    server_->Clear();
     client_.Status() |= std::get<1>(GetParam());
     ASSERT_EQ(LogOn(), 1);
   }
@@ -60,13 +55,9 @@ class FtpIntegration : public ::testing::TestWithParam<std::tuple<FtpMake, DWORD
     return client_.Close();
   }
 
-  std::string Stored(const std::string& name) const {
-    return test::ReadFileBytes(server_->LocalDirectory() + name);
-  }
+  std::string Stored(const std::string& name) const { return server_->Bytes(name); }
 
-  bool Exists(const std::string& name) const {
-    return fs::exists(server_->LocalDirectory() + name);
-  }
+  bool Exists(const std::string& name) const { return server_->Exists(name); }
 
   std::string Fetch(const std::string& name) {
     std::string bytes;
@@ -121,7 +112,7 @@ TEST_P(FtpIntegration, ManyFilesOverOneConnection) {
   for (int i = 0; i < 200; ++i) {
     ASSERT_EQ(Store("f" + std::to_string(i), Pattern(1000)), 1) << i;
   }
-  EXPECT_EQ(std::distance(fs::directory_iterator(server_->LocalDirectory()), {}), 200);
+  EXPECT_EQ(server_->Tree().size(), 200U);
 }
 
 TEST_P(FtpIntegration, RenameAndDelete) {
@@ -137,7 +128,7 @@ TEST_P(FtpIntegration, RenameAndDelete) {
 
 TEST_P(FtpIntegration, Directories) {
   EXPECT_EQ(client_.MakeDirectory("sub/"), 1);
-  EXPECT_TRUE(fs::is_directory(server_->LocalDirectory() + "sub"));
+  EXPECT_TRUE(Exists("sub/"));
   EXPECT_EQ(client_.MakeDirectory("sub"), 0);
   EXPECT_EQ(client_.ChangeDirectory("nowhere"), 0);
   EXPECT_EQ(client_.ChangeDirectory("sub"), 1);
@@ -219,11 +210,7 @@ INSTANTIATE_TEST_SUITE_P(, FtpListing,
                          });
 
 TEST_P(FtpListing, TenThousandFilesAreListed) {
-  for (int i = 0; i < 10000; ++i) {
-    test::WriteFileBytes(server_->LocalDirectory() + "file " + std::to_string(i),
-                         std::string(1000, 'x'));
-  }
-  server_->TakeOver();
+  server_->Fill(10000, "file ", std::string(1000, 'x'));
   ASSERT_EQ(client_.GetDirectoryList(1), 1);
   EXPECT_EQ(client_.DirectoryList().size(), 10000U);
   EXPECT_EQ(std::count_if(client_.DirectoryList().begin(), client_.DirectoryList().end(),
@@ -267,8 +254,7 @@ TEST_P(FtpIntegration, SiteCommandsReachTheServer) {
   // vsftpd lets no anonymous user do this.
   if (Make() == FtpMake::kVsftpd) return;
   EXPECT_EQ(client_.ExecuteCommand("CHMOD 600 a"), 1);
-  EXPECT_EQ(fs::status(server_->LocalDirectory() + "a").permissions(),
-            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(server_->Permissions("a"), 0600);
 }
 
 }  // namespace

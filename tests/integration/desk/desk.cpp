@@ -85,11 +85,16 @@ class Ftp final : public Held {
  public:
   Ftp() : server_(make) {}
   WORD Port() const override { return server_.Port(); }
-  Message Ask(const std::string& what, const Message&) override {
-    if (what == "directory") return {server_.LocalDirectory()};
+  Message Ask(const std::string& what, const Message& arguments) override {
     if (what == "commands") return server_.Commands();
-    if (what == "take over") {
-      server_.TakeOver();
+    if (what == "tree") return Tree();
+    if (what == "exists") return {server_.Exists(arguments.at(0)) ? "1" : "0"};
+    if (what == "bytes") return {server_.Bytes(arguments.at(0))};
+    if (what == "permissions") return {std::to_string(server_.Permissions(arguments.at(0)))};
+    if (what == "clear") {
+      server_.Clear();
+    } else if (what == "fill") {
+      server_.Fill(std::stoi(arguments.at(0)), arguments.at(1), arguments.at(2));
     } else if (what == "stop") {
       server_.Stop();
     } else if (what == "start") {
@@ -101,6 +106,11 @@ class Ftp final : public Held {
   }
 
  private:
+  Message Tree() const {
+    Message texts;
+    for (const auto& [path, bytes] : server_.Tree()) texts.insert(texts.end(), {path, bytes});
+    return texts;
+  }
   test::FtpServerOf server_;
 };
 

@@ -37,11 +37,25 @@ std::vector<std::string> SmtpSink::Mails() const { return desk::Ask(this, "mails
 std::string FtpServerOf::Hindrance(FtpMake make) { return desk::Hindrance(NameOf(make)); }
 FtpServerOf::FtpServerOf(FtpMake make) : make_(make), port_(desk::Open(this, NameOf(make))) {}
 FtpServerOf::~FtpServerOf() { desk::Close(this); }
-// Wine shows the system below as this drive.
-std::string FtpServerOf::LocalDirectory() const {
-  return "Z:" + desk::Ask(this, "directory").at(0);
+std::map<std::string, std::string> FtpServerOf::Tree() const {
+  const desk::Message texts = desk::Ask(this, "tree");
+  std::map<std::string, std::string> tree;
+  for (std::size_t i = 0; i + 1 < texts.size(); i += 2) tree[texts[i]] = texts[i + 1];
+  return tree;
 }
-void FtpServerOf::TakeOver() const { desk::Ask(this, "take over"); }
+bool FtpServerOf::Exists(const std::string& path) const {
+  return desk::Ask(this, "exists", {path}).at(0) == "1";
+}
+std::string FtpServerOf::Bytes(const std::string& path) const {
+  return desk::Ask(this, "bytes", {path}).at(0);
+}
+int FtpServerOf::Permissions(const std::string& path) const {
+  return std::stoi(desk::Ask(this, "permissions", {path}).at(0));
+}
+void FtpServerOf::Clear() const { desk::Ask(this, "clear"); }
+void FtpServerOf::Fill(int count, const std::string& prefix, const std::string& bytes) const {
+  desk::Ask(this, "fill", {std::to_string(count), prefix, bytes});
+}
 void FtpServerOf::Stop() { desk::Ask(this, "stop"); }
 void FtpServerOf::Start() { desk::Ask(this, "start"); }
 std::vector<std::string> FtpServerOf::Commands() const { return desk::Ask(this, "commands"); }
