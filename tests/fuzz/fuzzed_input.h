@@ -1,6 +1,7 @@
 // What the fuzzers' entries share.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +16,17 @@ inline void Require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "broken property: %s\n", what);
   std::abort();
+}
+
+// The same for two texts, with where they differ.
+inline void RequireEqual(const std::string& is, const std::string& wanted, const char* what) {
+  if (is == wanted) return;
+  std::size_t at = 0;
+  while (at < is.size() && at < wanted.size() && is[at] == wanted[at]) ++at;
+  const std::size_t from = at - std::min<std::size_t>(at, 40);
+  std::fprintf(stderr, "at %zu of %zu and %zu bytes:\n%s\ninstead of\n%s\n", at, is.size(),
+               wanted.size(), is.substr(from, 120).c_str(), wanted.substr(from, 120).c_str());
+  Require(false, what);
 }
 
 // The input cut into parts that the fuzzer can shape one by one: a zero byte ends a part.

@@ -32,6 +32,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text = input.Rest();
   // Sections inside sections multiply; the fuzzer is after crashes, not after large pages.
   if (text.size() > 8192) return 0;
-  test::Require(Make(text, step) == Make(text, text.size() + 1), "pieces give the same page");
+  test::RequireEqual(Make(text, step), Make(text, text.size() + 1), "pieces give the same page");
   return 0;
 }
