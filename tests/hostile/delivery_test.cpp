@@ -161,7 +161,7 @@ class HostileDelivery : public test::Delivery {
 };
 
 TEST_F(HostileDelivery, TheTableClaimsNothingUnconfirmed) {
-  RunSessions([this](unsigned seed) { return Session(seed); });
+  RunSessions([this](unsigned seed) { return Session(seed); }, 80);
 }
 
 }  // namespace

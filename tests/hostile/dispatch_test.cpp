@@ -89,7 +89,7 @@ class HostileDispatch : public test::DispatchFixture {
 };
 
 TEST_F(HostileDispatch, NothingIsSaidUnaskedAndNothingIsMarkedUnsent) {
-  RunSessions([this](unsigned seed) { return Session(seed); });
+  RunSessions([this](unsigned seed) { return Session(seed); }, 60);
 }
 
 }  // namespace

@@ -175,7 +175,7 @@ class FtpSession {
 
 TEST(HostileFtp, TheClientSurvivesEveryServer) {
   const test::TemporaryDirectory directory;
-  RunSessions([&](unsigned seed) { return FtpSession(seed, directory).Run(); });
+  RunSessions([&](unsigned seed) { return FtpSession(seed, directory).Run(); }, 120);
 }
 
 // Names that are shorter than what the client keeps of each.
