@@ -6,6 +6,7 @@ import subprocess
 import sys
 
 ASLR, NX, HIGH_ENTROPY = 0x0040, 0x0100, 0x0020
+RELOCATIONS_STRIPPED = 0x0001
 PE32_PLUS = 0x20B
 
 
@@ -22,6 +23,12 @@ def windows_problems(path):
     if magic == PE32_PLUS:
         wanted["high entropy"] = HIGH_ENTROPY
     yield from (name for name, bit in wanted.items() if not flags & bit)
+    # Without relocations the loader cannot move a program, whatever its flags say.
+    directories = optional + (112 if magic == PE32_PLUS else 96)
+    relocations = struct.unpack_from("<I", data, directories + 5 * 8 + 4)[0]
+    characteristics = struct.unpack_from("<H", data, optional - 2)[0]
+    if not relocations or characteristics & RELOCATIONS_STRIPPED:
+        yield "relocations"
     if b"stack smashing detected" not in data:
         yield "stack protector"
 

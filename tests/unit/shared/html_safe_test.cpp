@@ -192,20 +192,48 @@ TEST_F(HtmlSafe, NoFileIsPulledIntoTheSite) {
   WriteFileBytes(root_ / "secret.gif", "secret");
   Template("page.txt", "not for visitors");
   Set("HTML File - Forum list", "index");
+  OpenContainer(TBoardKind::kForum, "Talk")->Number("Max Message Count", DWORD{1000});
   std::string absolute = root_ / "secret.gif";
   std::string names;
-  for (const std::string& name :
-       {std::string("../board.ini"), std::string("..%2fboard.ini"), std::string("%2e%2e/board.ini"),
-        std::string("..&#47;board.ini"), std::string("&#46;&#46;/board.ini"),
-        std::string("..\\board.ini"), std::string("..&bsol;board.ini"),
-        std::string("../secret.gif"), std::string("sub/../../secret.gif"),
-        std::string("../Data/Talk.mwd"), std::string("../Data/Talk.mwd.jnl"),
-        std::string("../state.ini"), std::string("../error.log"), absolute, "file:///" + absolute,
-        "file://" + absolute, "FILE:///" + absolute, "file:&#47;&#47;&#47;" + absolute}) {
-    names += "<img src=\"" + name + "\"><a href='" + name + "'>x</a><a href=" + name + ">y</a>";
+  for (const std::string& name : {std::string("../board.ini"),
+                                  std::string("..%2fboard.ini"),
+                                  std::string("%2e%2e/board.ini"),
+                                  std::string("..&#47;board.ini"),
+                                  std::string("&#46;&#46;/board.ini"),
+                                  std::string("..\\board.ini"),
+                                  std::string("..&bsol;board.ini"),
+                                  std::string("../secret.gif"),
+                                  std::string("sub/../../secret.gif"),
+                                  std::string("../Data/Talk.mwd"),
+                                  std::string("../Data/Talk.mwd.jnl"),
+                                  std::string("../state.ini"),
+                                  std::string("../error.log"),
+                                  std::string("../brevant.ini"),
+                                  std::string("./.././brevant.ini"),
+                                  std::string("%2e%2e%2fbrevant.ini"),
+                                  std::string("..%5cbrevant.ini"),
+                                  std::string("%252e%252e/brevant.ini"),
+                                  std::string("&#x2e;&#x2E;/brevant.ini"),
+                                  std::string("..\t/brevant.ini"),
+                                  absolute,
+                                  "file:///" + absolute,
+                                  "file://" + absolute,
+                                  "file://localhost" + absolute,
+                                  "FILE:///" + absolute,
+                                  "file:&#47;&#47;&#47;" + absolute,
+                                  "file%3a///" + absolute}) {
+    names += "<img src=\"" + name + "\"><a href='" + name + "'>x</a><a href=" + name +
+             ">y</a><table background=\"" + name + "\"></table><applet codebase='" + name +
+             "'></applet>";
+    // In every text that a template may put into an address.
+    Add("Talk", {.subject = name,
+                 .from = "\"" + name + "\" <a@example.org>",
+                 .values = {{"Homepage", name}}});
   }
   Add("Talk", {.content = names, .type = "text/html"});
-  Template("index.htm", "<ul><li>$FORUM_NAME$<p>$MESSAGE_CONTENT$</p></li></ul>");
+  Template("index.htm",
+           "<ul><li>$FORUM_NAME$<p>$MESSAGE_CONTENT$<img src=\"$MESSAGE_OTHER(Homepage)$\">"
+           "<img src='$MESSAGE_SUBJECT$'><a href=$MESSAGE_FROM$>x</a></p></li></ul>");
   for (const int on : {1, 0}) {
     setup_->Number("Safe HTML", on);
     EXPECT_EQ(Run(), 1);
