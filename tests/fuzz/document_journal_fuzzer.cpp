@@ -5,9 +5,8 @@
 #include "unit/compound/crash_disk.h"
 #include "unit/compound/document_helpers.h"
 
-#include <map>
+#include <algorithm>
 #include <string>
-#include <vector>
 
 using test::Require;
 
@@ -36,54 +35,62 @@ const std::string& SoundFile() {
   return file;
 }
 
-// A journal with every checksum right, and what the file becomes when it fits.
-struct Made {
-  std::string journal;
-  std::string file = SoundFile();
-  bool fits = true;
-};
+std::string PieceOf(const std::string& file, std::uint64_t number) {
+  const std::uint64_t at = number * kPiece;
+  std::string piece =
+      at < file.size() ? file.substr(static_cast<std::size_t>(at), kPiece) : std::string();
+  piece.resize(kPiece, '\0');  // beyond a file's end pieces read as zeros
+  return piece;
+}
 
-Made Make(test::FuzzedInput& input) {
-  Made made;
-  std::string records;
-  std::uint64_t count = 0;
-  std::uint64_t least = 0;
-  bool sound = true;
-  const unsigned options = input.Byte();
-  // Bytes that the file should have had; beyond its end pieces read as zeros.
-  const std::uint64_t fileBytes =
-      SoundFile().size() + ((options & 1) != 0 ? input.Byte() * kPiece : 0) - (options & 2);
-  while (!input.Empty() && count < 40) {
+// A journal with every checksum right, and what the file becomes of it.
+class Made {
+ public:
+  explicit Made(test::FuzzedInput& input) {
+    const unsigned options = input.Byte();
+    fileBytes_ =
+        SoundFile().size() + ((options & 1) != 0 ? input.Byte() * kPiece : 0) - (options & 2);
+    while (!input.Empty() && count_ < 40) Add(input);
+  }
+
+  std::string Journal() const {
+    std::string header = "BrvJnl\x1A\n" + Number(1, 4) + Number(kPiece, 4) + Number(count_, 8) +
+                         Number(fileBytes_, 8) + Number(SumOf(records_), 8);
+    header += Number(SumOf(header), 8);
+    header.resize(kPiece, '\0');
+    return header + records_;
+  }
+  const std::string& File() const {
+    return fits_ && SoundFile().size() >= fileBytes_ ? file_ : SoundFile();
+  }
+
+ private:
+  void Add(test::FuzzedInput& input) {
     const unsigned kind = input.Byte();
-    const std::uint64_t number = (kind & 1) != 0 ? input.Byte() : least;
-    std::string before = (kind & 2) != 0 ? input.Part() : std::string();
-    before.resize(kPiece, '\0');
-    if ((kind & 2) == 0 && number * kPiece < SoundFile().size())
-      before = SoundFile().substr(static_cast<std::size_t>(number) * kPiece, kPiece);
+    const std::uint64_t number = (kind & 1) != 0 ? input.Byte() : least_;
+    std::string before = (kind & 2) != 0 ? input.Part() : PieceOf(SoundFile(), number);
     before.resize(kPiece, '\0');
     std::string after = input.Part();
     after.resize(kPiece, static_cast<char>(kind));
-    records += Number(number, 8) + Number(SumOf(before), 8) + Number(SumOf(after), 8) + after;
-    sound = sound && number >= least && number * kPiece < fileBytes;
-    least = number + 1;
-    ++count;
-    if (!sound) continue;
-    const std::size_t at = static_cast<std::size_t>(number) * kPiece;
-    std::string now = at < SoundFile().size() ? SoundFile().substr(at, kPiece) : std::string();
-    now.resize(kPiece, '\0');
-    made.fits = made.fits && (now == before || now == after);
-    if (made.file.size() < at + kPiece) made.file.resize(at + kPiece, '\0');
-    made.file.replace(at, kPiece, after);
+    records_ += Number(number, 8) + Number(SumOf(before), 8) + Number(SumOf(after), 8) + after;
+    const std::string now = PieceOf(SoundFile(), number);
+    fits_ = fits_ && number >= least_ && number * kPiece < fileBytes_ &&
+            (now == before || now == after);
+    least_ = number + 1;
+    ++count_;
+    if (!fits_) return;
+    const auto at = static_cast<std::size_t>(number) * kPiece;
+    file_.resize(std::max(file_.size(), at + kPiece), '\0');
+    file_.replace(at, kPiece, after);
   }
-  std::string header = "BrvJnl\x1A\n" + Number(1, 4) + Number(kPiece, 4) + Number(count, 8) +
-                       Number(fileBytes, 8) + Number(SumOf(records), 8);
-  header += Number(SumOf(header), 8);
-  header.resize(kPiece, '\0');
-  made.journal = header + records;
-  made.fits = made.fits && sound && SoundFile().size() >= fileBytes;
-  if (!made.fits) made.file = SoundFile();
-  return made;
-}
+
+  std::string records_;
+  std::string file_ = SoundFile();
+  std::uint64_t fileBytes_ = 0;
+  std::uint64_t count_ = 0;
+  std::uint64_t least_ = 0;  // the next piece's number
+  bool fits_ = true;
+};
 
 // Opens the document beside the journal, for reading first; what the file's bytes are then.
 std::string Opened(const std::string& journal) {
@@ -109,8 +116,8 @@ std::string Opened(const std::string& journal) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   test::FuzzedInput input(data, size);
   if (input.Byte() % 2 == 0) {
-    const Made made = Make(input);
-    Require(Opened(made.journal) == made.file, "a sealed journal is applied when it fits");
+    const Made made(input);
+    Require(Opened(made.Journal()) == made.File(), "a sealed journal is applied when it fits");
   } else {
     Opened(input.Rest());
   }
