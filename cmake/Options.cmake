@@ -44,7 +44,7 @@ if(BREVANT_COVERAGE)
   target_compile_options(brevant_options INTERFACE ${coverage})
   target_link_options(brevant_options INTERFACE ${coverage})
   # The library is linked without what floors are compiled with.
-  add_link_options(-fprofile-instr-generate)
+  add_link_options($<$<LINK_LANGUAGE:CXX>:-fprofile-instr-generate>)
 endif()
 find_program(BREVANT_CCACHE ccache)
 if(BREVANT_CCACHE)

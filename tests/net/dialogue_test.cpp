@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> history;
 
-void Remember(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] void Remember(const char* format, va_list arguments) {
   std::array<char, 2048> line;
   std::vsnprintf(line.data(), line.size(), format, arguments);
   history.emplace_back(line.data());

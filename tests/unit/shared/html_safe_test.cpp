@@ -234,7 +234,7 @@ TEST_F(HtmlSafe, NoFileIsPulledIntoTheSite) {
   Template("index.htm",
            "<ul><li>$FORUM_NAME$<p>$MESSAGE_CONTENT$<img src=\"$MESSAGE_OTHER(Homepage)$\">"
            "<img src='$MESSAGE_SUBJECT$'><a href=$MESSAGE_FROM$>x</a></p></li></ul>");
-  for (const int on : {1, 0}) {
+  for (const DWORD on : {1U, 0U}) {
     setup_->Number("Safe HTML", on);
     EXPECT_EQ(Run(), 1);
     EXPECT_EQ(SiteFiles(), std::vector<std::string>{"index.htm"}) << on;
