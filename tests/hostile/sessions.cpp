@@ -3,56 +3,22 @@
 #include "faults/environment.h"
 #include "net/waiting.h"
 #include "random_saboteur.h"
+#include "support/crash_note.h"
 #include "support/process_facts.h"
 
-#include <array>
 #include <atomic>
-#include <charconv>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <mutex>
 #include <thread>
-#include <unistd.h>
-
-// Of the sanitizers, which end the program themselves.
-extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
 
 namespace hostile {
 namespace {
 
 std::atomic<unsigned> currentSeed{0};
-
-// Safe wherever the program has crashed.
-void NameSeed() {
-  constexpr std::string_view kText = "\nthe session's seed: ";
-  std::array<char, 16> number{};
-  const auto result =
-      std::to_chars(number.data(), number.data() + number.size(), currentSeed.load());
-  *result.ptr = '\n';
-  if (write(STDERR_FILENO, kText.data(), kText.size()) < 0 ||
-      write(STDERR_FILENO, number.data(),
-            static_cast<std::size_t>(result.ptr + 1 - number.data())) < 0)
-    std::_Exit(1);
-}
-
-void OnCrash(int signal) {
-  NameSeed();
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
-}
-
-void NameSeedOfCrashes() {
-  if (__sanitizer_set_death_callback != nullptr) {
-    __sanitizer_set_death_callback(NameSeed);
-    std::signal(SIGABRT, OnCrash);
-    return;
-  }
-  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) std::signal(signal, OnCrash);
-}
 
 // Ends the program when one session takes longer than any should.
 class Watchdog {
@@ -115,7 +81,7 @@ void RunSessions(const Session& session, unsigned usual) {
   const auto start = std::chrono::steady_clock::now();
   const long answers = SessionLog::answers;
   const long deviating = SessionLog::deviating;
-  NameSeedOfCrashes();
+  test::NameOnCrash("the session's seed", currentSeed);
   currentSeed = first;
   session(first);  // what is made once is there now
   const Usage before;

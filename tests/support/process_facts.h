@@ -1,4 +1,5 @@
-// What the system knows about this process. POSIX only: it comes from /proc.
+// What the system knows about this process. POSIX only: it comes from /proc and
+// the C library.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +10,8 @@ namespace test {
 long ResidentMemory();
 long PeakMemory();
 void ForgetPeak();
+// Bytes that were allocated and not freed.
+std::size_t HeapInUse();
 
 std::size_t OpenDescriptors();
 int Threads();

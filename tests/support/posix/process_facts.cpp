@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <malloc.h>
 #include <stdexcept>
 #include <string>
 
@@ -31,6 +32,11 @@ void ForgetPeak() {
   if (!(std::ofstream("/proc/self/clear_refs") << '5')) {
     throw std::runtime_error("the peak of memory cannot be forgotten");
   }
+}
+
+std::size_t HeapInUse() {
+  const struct mallinfo2 facts = mallinfo2();
+  return facts.uordblks + facts.hblkhd;
 }
 
 std::size_t OpenDescriptors() {
