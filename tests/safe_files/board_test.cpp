@@ -1,8 +1,8 @@
 // Symbolic links in the places of board files, journals, drafts, attachments, settings and the log.
 #include "board_reading.h"
-#include "outside.h"
 #include "retrieval_fixture.h"
 #include "shared/attachment_store.h"
+#include "support/posix/outside.h"
 
 #include <cstdlib>
 

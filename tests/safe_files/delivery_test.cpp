@@ -1,6 +1,6 @@
 // Symbolic links in the site, and in the places of the remote table, while files are delivered.
 #include "delivery_fixture.h"
-#include "outside.h"
+#include "support/posix/outside.h"
 
 namespace test {
 namespace {

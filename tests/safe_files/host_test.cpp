@@ -1,7 +1,7 @@
 // What the host makes: modes, and links in the places of its files.
 #include "host_fixture.h"
-#include "outside.h"
-#include "umask.h"
+#include "support/posix/outside.h"
+#include "support/posix/umask.h"
 
 using namespace host_test;
 using test::ModeOf;

@@ -1,12 +1,12 @@
 // With what modes files and directories are made. What is published follows the umask; what holds
 // passwords, addresses or where the board has its servers is its owner's alone under every umask.
 #include "delivery_fixture.h"
-#include "outside.h"
 #include "shared/fat_journal.h"
 #include "shared/htmltask.h"
 #include "shared/page_store.h"
 #include "site_scan.h"
-#include "umask.h"
+#include "support/posix/outside.h"
+#include "support/posix/umask.h"
 
 namespace test {
 namespace {

@@ -1,8 +1,8 @@
 // Symbolic links in the site while pages are made and tidied up.
-#include "outside.h"
 #include "shared/htmltask.h"
 #include "shared/page_store.h"
 #include "site_scan.h"
+#include "support/posix/outside.h"
 
 #include <iterator>
 
