@@ -12,6 +12,9 @@ trap 'rm -rf "$work"' EXIT
 top=$work/$(basename "$zip" .zip)
 
 cmake --install "$build" --prefix "$top" --strip >/dev/null
+# Archives are not stripped by an installation.
+strip=$(sed -n 's/^CMAKE_STRIP:FILEPATH=//p' "$build/CMakeCache.txt")
+"$strip" --strip-debug "$top/lib/libbrevant_static.a"
 mkdir -p "$top/examples" "$top/docs"
 cp "$source"/examples/*.c "$source"/examples/*.cpp "$source"/examples/*.h "$source"/examples/windows/*.h \
   "$top/examples"
