@@ -84,6 +84,7 @@ void RunSessions(const Session& session, unsigned usual) {
   test::NameOnCrash("the session's seed", currentSeed);
   currentSeed = first;
   session(first);  // what is made once is there now
+  test::ForgetPeak();
   const Usage before;
   {
     const Watchdog watchdog;
