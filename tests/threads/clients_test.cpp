@@ -67,9 +67,7 @@ TEST(ClientThreads, Smtp) {
   client.SetTimeout(3000);
   client.Status() |= kStatusStandardMode;
   Disturb(client, [&] {
-    const TSecurityInfos security(nullptr, nullptr);
-    TProtocol& base = client;
-    int done = base.Connect("127.0.0.1", security, server.Port());
+    int done = client.Connect("127.0.0.1", static_cast<short>(server.Port()));
     client.From("a@example.org");
     if (done != 0) done = client.OpenResource("b@example.org", kOpenForWriting);
     if (done != 0) done = client.StartData();
