@@ -28,7 +28,7 @@ std::string Safe(std::string_view html, std::size_t step) {
   return result + safe.Html();
 }
 
-constexpr std::size_t kShortTag = 2000;
+constexpr std::size_t kShortTag = 1000;
 
 std::size_t LongestTag(std::string_view html) {
   std::size_t longest = 0;
