@@ -58,6 +58,9 @@ class BREVANT_API TMail {
   // Replaces what this item holds by what source holds, and takes over its creation and
   // modification time, those that are not zero, at the next Close. The caches stay.
   int Copy(TMail& source);
+  // Whether String(key) and every Number give what is recorded now: false when a default would
+  // stand there only because memory has run out or the records cannot be read.
+  bool CanTell(const char* key);
   // Sets modification and creation time, to be applied by Close. Always 1.
   int SetTime(const TTime& time);
   // Cuts the body at its current position. Always 1.
@@ -228,6 +231,9 @@ class BREVANT_API TForum {
   // Makes the element index anew, removes the oldest message when there are "Max Message Count" or
   // more, copies message into the element and writes its record. False when one of these failed.
   bool PlaceMessage(DWORD index, TMail& message);
+  // Whether the recorded properties can be told from those that are not there. Without that nothing
+  // may be done by the numbers of the messages.
+  bool KnowsProperties();
   // The message list in memory, or null when the list cannot be read; throws without memory.
   brevant::TListIndex* LoadedIndex();
   // Marks a message as changed now (Greenwich time): the links to its neighbours are others.
@@ -236,6 +242,8 @@ class BREVANT_API TForum {
  private:
   brevant::TPropertyCache& Properties() const;
   int OpenStreams(const char* name, int create);
+  // Makes an empty element, copies the message into it and puts it in the place of number index.
+  bool PlaceElement(DWORD index, TMail& message);
   int Upgrade1To3();
   // False when the element inserted was removed itself, as in a forum for no messages at all.
   bool TrimForInsertion(DWORD inserted);

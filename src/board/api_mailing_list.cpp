@@ -1,4 +1,5 @@
 // The exported functions over a forum's mailing lists.
+#include "board/access.h"
 #include "board/board_files.h"
 #include "platform/win32.h"
 #include "store/guard.h"
@@ -24,7 +25,9 @@ class OpenedList {
   OpenedList& operator=(const OpenedList&) = delete;
 
   bool IsOpen() const { return open_; }
-  void Create() { open_ = forum_ != nullptr && forum_->CreateList(kListName, kRecordSize) != 0; }
+  void Create() {
+    open_ = forum_ != nullptr && brevant::OpenOrCreateList(*forum_, kListName, kRecordSize);
+  }
 
   // The name of the list with this key, cut to the buffer; empty when the key is absent.
   bool Find(const char* key, char* name, int size) {

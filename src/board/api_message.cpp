@@ -34,7 +34,7 @@ int RenameMessage(TMail* message, TForum* forum, const char* subject) {
 int RelinkMessage(TMail* message, TForum* forum, DWORD linkId) {
   if (message == nullptr || forum == nullptr) return 0;
   const DWORD index = brevant::ItemIndex(*message);
-  if (index == 0) return 0;
+  if (index == 0 || !message->CanTell("SUBJECT")) return 0;
   if (!forum->ChangeMessageInfo(index, linkId, message->String("SUBJECT"))) return 0;
   return message->Number("LINK ID", static_cast<LONG>(linkId)) == 1 ? 1 : 0;
 }

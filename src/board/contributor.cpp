@@ -37,7 +37,7 @@ DWORD TContributor::FindMessage(const char* subject) {
 DWORD TContributor::InsertMessage(TMail& item) {
   return Guarded(DWORD{0}, [&]() -> DWORD {
     // A list that cannot be searched now must not get its items twice.
-    if (LoadedIndex() == nullptr) return 0;
+    if (LoadedIndex() == nullptr || !KnowsProperties() || !item.CanTell("SUBJECT")) return 0;
     const DWORD fresh = static_cast<DWORD>(Number("Last Message Index")) + 1;
     const DWORD found = FindMessage(item.String("SUBJECT"));
     const DWORD index = found == kNoMessage ? fresh : found;

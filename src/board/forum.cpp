@@ -4,6 +4,7 @@
 #include "board/property_cache.h"
 #include "platform/win32.h"
 #include "store/ascii.h"
+#include "store/elements.h"
 #include "store/guard.h"
 #include "store/records.h"
 
@@ -68,16 +69,21 @@ int TForum::Open(TStorage& parent, const char* name, int access, int create, int
   return Guarded(0, [&] { return OpenStreams(name, create); });
 }
 
-// The message list is what callers need: a forum without its properties opens all the same.
+// The message list is what callers need: a forum without its properties opens all the same. One
+// whose properties are there and cannot be read does not: its numbers would be taken for those of
+// an empty forum of the oldest layout.
 int TForum::OpenStreams(const char* name, int create) {
   if (info_.Open(storage_.Interface(), "INFO", kReadWrite, create, kExclusive)) {
     Properties().PutString("Name", name);
     if (Creates(create)) {
-      Number("Version", kCurrentVersion);
+      if (Number("Version", kCurrentVersion) != 1) return 0;
     } else {
+      if (!KnowsProperties()) return 0;
       if (Number("Version") == 1) Upgrade1To3();
       if (Number("Version") == 2) Upgrade1To3();
     }
+  } else if (Creates(create) || brevant::HasStream(storage_.Interface(), "INFO")) {
+    return 0;
   }
   return messageList_.Open(storage_.Interface(), "MESSAGE LIST", kReadWrite, create, kExclusive);
 }
@@ -86,10 +92,15 @@ int TForum::OpenTemporary(int extra) {
   if (IsOpen()) Close();
   if (!storage_.OpenTemporary(extra)) return 0;
   const int info = info_.Open(storage_.Interface(), "INFO", kReadWrite, kCreate, kExclusive);
-  if (info != 0) Number("Version", kCurrentVersion);
+  const bool isCurrent = info != 0 && Number("Version", kCurrentVersion) == 1;
   const int list =
       messageList_.Open(storage_.Interface(), "MESSAGE LIST", kReadWrite, kCreate, kExclusive);
-  return info != 0 && list != 0 ? 1 : 0;
+  return isCurrent && list != 0 ? 1 : 0;
+}
+
+bool TForum::KnowsProperties() {
+  return Guarded(false, [&] { return info_.IsOpen() && Properties().LoadInfo(info_); }) ||
+         (info_.IsOpen() && info_.Size() > brevant::TPropertyCache::kLongestCopied);
 }
 
 int TForum::Close() {
@@ -134,9 +145,9 @@ const char* TForum::String(const char* key) const {
 
 LONG TForum::Number(const char* key) const {
   if (key == nullptr) return 0;
-  const LONG* value =
-      Guarded<const LONG*>(nullptr, [&] { return Properties().Number(info_, key); });
-  return value != nullptr ? *value : DefaultNumber(key);
+  const std::optional<LONG> value =
+      Guarded(std::optional<LONG>(), [&] { return Properties().Number(info_, key); });
+  return value ? *value : DefaultNumber(key);
 }
 
 int TForum::SetString(const char* key, const char* value) {

@@ -24,6 +24,7 @@ namespace {
 
 constexpr int kSubForumRecordSize = 32;
 constexpr const char* kAnnouncement = "Announcement";
+constexpr const char* kDraft = "~NEW";
 
 // The numbers among names that are written without leading zeros, ascending, within first to last.
 std::vector<DWORD> MessageNumbers(const std::vector<std::string>& names, DWORD first, DWORD last) {
@@ -70,6 +71,8 @@ int TForum::Upgrade1To3() {
 
 DWORD TForum::InsertMessage(TMail& message) {
   return Guarded(DWORD{0}, [&]() -> DWORD {
+    // A number that only seems to be 0 would put the message in the place of another one.
+    if (!KnowsProperties() || !message.CanTell("SUBJECT")) return 0;
     const auto last = static_cast<DWORD>(Number("Last Message Index"));
     const DWORD index = last + 1;
     if (!PlaceMessage(index, message)) return 0;
@@ -85,15 +88,33 @@ DWORD TForum::InsertMessage(TMail& message) {
 bool TForum::PlaceMessage(DWORD index, TMail& message) {
   // What a damaged file counts up to: these numbers mean that there is no message.
   if (index == 0 || index == kNoMessage) return false;
+  return PlaceElement(index, message) &&
+         WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
+                          message.String("SUBJECT")) != 0;
+}
+
+// What is to be replaced stays until the new element is whole.
+bool TForum::PlaceElement(DWORD index, TMail& message) {
+  const MessageKey key(index);
+  const brevant::TListIndex* list = LoadedIndex();
+  const bool replaces = list != nullptr && list->Find(index).has_value() &&
+                        brevant::HasStorage(storage_.Interface(), key.Terminated());
+  const char* name = replaces ? kDraft : key.Terminated();
   {
     TMail element;
-    if (!element.Open(storage_, MessageKey(index).Terminated(), kReadWrite, kCreate, kExclusive) ||
+    if (!element.Open(storage_, name, kReadWrite, kCreate, kExclusive) ||
         !TrimForInsertion(index) || !element.Copy(message)) {
+      element.Close();
+      if (replaces) storage_.DeleteElement(name);
       return false;
     }
   }
-  return WriteMessageInfo(index, static_cast<DWORD>(message.Number("LINK ID")),
-                          message.String("SUBJECT")) != 0;
+  if (!replaces) return true;
+  const int removed = storage_.DeleteElement(key.Terminated());
+  if (storage_.RenameElement(name, key.Terminated()) != 0) return true;
+  // Once the old one is gone the new one is not taken away, too.
+  if (removed == 0) storage_.DeleteElement(name);
+  return false;
 }
 
 bool TForum::TrimForInsertion(DWORD inserted) {
@@ -118,7 +139,7 @@ int TForum::OpenMessage(DWORD index, TMail* message) {
 int TForum::RemoveMessage(DWORD index) {
   // Without its list every message would look like the only one, and the forum would begin again at
   // number 1, in the place of messages that are there.
-  if (Guarded(true, [&] { return LoadedIndex() == nullptr; })) return 0;
+  if (Guarded(true, [&] { return LoadedIndex() == nullptr || !KnowsProperties(); })) return 0;
   const DWORD previous = GetPrevMessageIndex(index);
   const DWORD next = GetNextMessageIndex(index);
   if (previous == kNoMessage) {
@@ -169,8 +190,7 @@ int TForum::InsertSubForum(const char* name, TForum& source) {
     if (!inserted.Open(storage_, name, kReadWrite, kCreate, kExclusive)) return 0;
     if (!inserted.Copy(source)) return 0;
   }
-  if (OpenList("SUBFORUM LIST", kSubForumRecordSize) ||
-      CreateList("SUBFORUM LIST", kSubForumRecordSize)) {
+  if (brevant::OpenOrCreateList(*this, "SUBFORUM LIST", kSubForumRecordSize)) {
     WriteListItem(name, "", 0);
     CloseList();
   }

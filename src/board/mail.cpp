@@ -130,6 +130,15 @@ int TMail::OpenStreams(int create) {
   return info != 0 && content != 0 ? 1 : 0;
 }
 
+bool TMail::CanTell(const char* key) {
+  if (key == nullptr) return false;
+  return Guarded(false, [&] {
+    if (!info_.IsOpen()) return true;
+    Properties().String(info_, key);
+    return Properties().LoadInfo(info_) || info_.Size() > brevant::TPropertyCache::kLongestCopied;
+  });
+}
+
 int TMail::Close() {
   if (cache_ != nullptr) cache_->Clear();
   info_.Close();
@@ -139,9 +148,9 @@ int TMail::Close() {
 
 LONG TMail::Number(const char* key) const {
   if (key == nullptr) return 0;
-  const LONG* value =
-      Guarded<const LONG*>(nullptr, [&] { return Properties().Number(info_, key); });
-  return value != nullptr ? *value : DefaultNumber(key);
+  const std::optional<LONG> value =
+      Guarded(std::optional<LONG>(), [&] { return Properties().Number(info_, key); });
+  return value ? *value : DefaultNumber(key);
 }
 
 int TMail::String(const char* key, const char* value) {

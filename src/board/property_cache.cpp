@@ -5,13 +5,11 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 
 namespace brevant {
 
 namespace {
-
-// Boards have a few dozen properties of 128 bytes; anything longer than this is read in place.
-constexpr DWORD kLongestCopied = 1024 * 1024;
 
 constexpr std::size_t kRecord = kInfoRecordSize;
 
@@ -45,14 +43,18 @@ const char* TPropertyCache::String(TStream& info, std::string_view key) {
   return entry->value.c_str();
 }
 
-const LONG* TPropertyCache::Number(TStream& info, std::string_view key) {
-  auto entry = FindEntry(numbers_, key);
-  if (entry == numbers_.end()) {
-    std::string_view value;
-    if (!RecordedValue(info, key, value)) return nullptr;
-    entry = numbers_.begin() + PutNumber(key, LeadingNumber(value));
+std::optional<LONG> TPropertyCache::Number(TStream& info, std::string_view key) {
+  const auto entry = FindEntry(numbers_, key);
+  if (entry != numbers_.end()) return entry->value;
+  std::string_view value;
+  if (!RecordedValue(info, key, value)) return std::nullopt;
+  const LONG number = LeadingNumber(value);
+  try {
+    PutNumber(key, number);
+  } catch (const std::exception&) {
+    // It is looked up again the next time: a default in its place would be another number.
   }
-  return &entry->value;
+  return number;
 }
 
 int TPropertyCache::PutString(std::string_view key, std::string_view value) {

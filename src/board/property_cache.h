@@ -6,6 +6,7 @@
 #include <brevant/store.h>
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,11 +14,17 @@ namespace brevant {
 
 class TPropertyCache {
  public:
+  // Boards have a few dozen properties of 128 bytes; anything longer than this is read in place.
+  static constexpr DWORD kLongestCopied = 1024 * 1024;
+
   explicit TPropertyCache(KeyMatch rule) : rule_(rule) {}
 
-  // The cached value, or else the recorded one, which is cached then; null when there is neither.
+  // The cached value, or else the recorded one, which is cached then; nothing when there is
+  // neither. A number needs no memory once the records are loaded.
   const char* String(TStream& info, std::string_view key);
-  const LONG* Number(TStream& info, std::string_view key);
+  std::optional<LONG> Number(TStream& info, std::string_view key);
+  // Sees to the copy of the records. False when they cannot be read, or are too long for one.
+  bool LoadInfo(TStream& info);
   // Put a value into a cache without recording it; the entry's index.
   int PutString(std::string_view key, std::string_view value);
   int PutNumber(std::string_view key, LONG value);
@@ -44,7 +51,6 @@ class TPropertyCache {
     LONG value;
   };
 
-  bool LoadInfo(TStream& info);
   // The byte offset of the first matching record in the copy, or npos.
   std::size_t FindInfo(std::string_view key) const;
   // The recorded value of key into value; it holds until the copy changes.

@@ -1,5 +1,6 @@
 #include "shared/message_reader.h"
 
+#include "board/access.h"
 #include "platform/win32.h"
 #include "shared/attachment_name.h"
 #include "store/ascii.h"
@@ -284,10 +285,7 @@ bool TMessageReader::ReceiveImage(TNewFile& file, std::string_view extension) {
 
 bool TMessageReader::RecordAttachment(TMail& mail, const std::string& storedName,
                                       const std::string& shownName) {
-  if (mail.OpenList("ATTACHMENT", kAttachmentRecord) == 0 &&
-      mail.CreateList("ATTACHMENT", kAttachmentRecord) == 0) {
-    return false;
-  }
+  if (!OpenOrCreateList(mail, "ATTACHMENT", kAttachmentRecord)) return false;
   const std::string value =
       decodeText_ ? FitRecord(shownName, storedName, kAttachmentRecord) : shownName;
   const int result = mail.WriteListItem(storedName.c_str(), value.c_str(), -1);

@@ -1,5 +1,6 @@
 #include "shared/vote_counter.h"
 
+#include "board/access.h"
 #include "board/list_index.h"
 #include "platform/win32.h"
 #include "store/ascii.h"
@@ -148,10 +149,7 @@ bool TVoteCounter::RecordVoter(TContributor& question, const std::string& voter,
                                     : std::string_view(voter).substr(0, kRoom));
   // A key that ends in "*" would take the place of other voters.
   if (key.empty() || key.ends_with('*')) return true;
-  if (question.OpenList(kVoterList, kVoterRecord) == 0 &&
-      question.CreateList(kVoterList, kVoterRecord) == 0) {
-    return false;
-  }
+  if (!OpenOrCreateList(question, kVoterList, kVoterRecord)) return false;
   const bool written = question.WriteListItem(key.c_str(), answer.c_str(), -1) == 1;
   question.CloseList();
   return written;

@@ -72,6 +72,27 @@ std::vector<std::string> SubStorageNames(IStorage* storage) {
   return names;
 }
 
+bool HasStream(IStorage* storage, const char* name) {
+  return Guarded(true, [&] {
+    IStream* stream = nullptr;
+    const HRESULT result = storage->OpenStream(WideName(name).c_str(), nullptr,
+                                               STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, &stream);
+    if (SUCCEEDED(result)) stream->Release();
+    return result != STG_E_FILENOTFOUND;
+  });
+}
+
+bool HasStorage(IStorage* storage, const char* name) {
+  return Guarded(true, [&] {
+    IStorage* element = nullptr;
+    const HRESULT result =
+        storage->OpenStorage(WideName(name).c_str(), nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
+                             nullptr, 0, &element);
+    if (SUCCEEDED(result)) element->Release();
+    return result != STG_E_FILENOTFOUND;
+  });
+}
+
 bool IsOpenElsewhere(IStorage* storage, const char* name) {
   // Without memory to find out it counts as open.
   return Guarded(true, [&] {

@@ -26,6 +26,10 @@ std::uint64_t BytesIn(IStorage* storage);
 // left out: nothing could open them.
 std::vector<std::string> SubStorageNames(IStorage* storage);
 
+// True when the stream, or the sub-storage, is there, as far as can be told.
+bool HasStream(IStorage* storage, const char* name);
+bool HasStorage(IStorage* storage, const char* name);
+
 // True when the sub-storage is there and open in another object.
 bool IsOpenElsewhere(IStorage* storage, const char* name);
 
