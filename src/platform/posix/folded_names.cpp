@@ -4,6 +4,7 @@
 #include "platform/posix/paths.h"
 
 #include <algorithm>
+#include <atomic>
 #include <dirent.h>
 #include <exception>
 #include <list>
@@ -64,6 +65,11 @@ struct Memory {
     if (Find(facts) != nullptr) listings.pop_front();
   }
 
+  void ForgetAll() noexcept {
+    const std::lock_guard lock(mutex);
+    listings.clear();
+  }
+
   // Reads a directory; null when it cannot be read.
   Listing* Read(const char* directory) {
     const std::unique_ptr<DIR, DirectoryCloser> entries(::opendir(directory));
@@ -82,9 +88,12 @@ struct Memory {
   }
 };
 
+std::atomic<Memory*> remembered{nullptr};
+
 // Never destroyed: look-ups may come from objects that live until the very end.
 Memory& Remembered() {
   static Memory* const memory = std::make_unique<Memory>().release();
+  remembered = memory;
   return *memory;
 }
 
@@ -111,8 +120,18 @@ std::string FindIgnoringCase(const std::string& directory, std::string_view name
   return listing == nullptr ? std::string() : listing->Spelled(name);
 }
 
-NameChange::NameChange(const std::string& path)
-    : directory_(path, 0, path.find_last_of('/') + 1), name_(path, directory_.size()) {
+NameChange::NameChange(const std::string& path) noexcept {
+  try {
+    Note(path);
+  } catch (const std::exception&) {
+    // Without memory to keep what is remembered up, it is read again.
+    if (Memory* memory = remembered.load()) memory->ForgetAll();
+  }
+}
+
+void NameChange::Note(const std::string& path) {
+  directory_.assign(path, 0, path.find_last_of('/') + 1);
+  name_.assign(path, directory_.size());
   struct stat facts {};
   if (::stat(Openable(directory_), &facts) != 0) return;
   Memory& memory = Remembered();

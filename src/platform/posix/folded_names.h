@@ -19,11 +19,12 @@ std::string FindIgnoringCase(const std::string& directory, std::string_view name
 class NameChange {
  public:
   // path: the entry that appears or goes, with its directory resolved.
-  explicit NameChange(const std::string& path);
+  explicit NameChange(const std::string& path) noexcept;
   void Added() noexcept { Tell(true); }
   void Removed() noexcept { Tell(false); }
 
  private:
+  void Note(const std::string& path);
   void Tell(bool added) noexcept;
 
   std::string directory_;

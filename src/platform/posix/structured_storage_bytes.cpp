@@ -1,6 +1,7 @@
 #include "platform/posix/structured_storage_bytes.h"
 
 #include <cerrno>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,7 +57,9 @@ class DescriptorFile final : public compound::ByteFile {
   }
 
   compound::Status SetSize(std::uint64_t size) override {
-    if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) return WriteStatus();
+    while (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) {
+      if (errno != EINTR) return WriteStatus();
+    }
     return compound::Status::kOk;
   }
 
@@ -74,7 +77,12 @@ class DescriptorFile final : public compound::ByteFile {
 }  // namespace
 
 std::unique_ptr<compound::ByteFile> MakeByteFile(int descriptor, bool synced, bool owned) {
-  return std::make_unique<DescriptorFile>(descriptor, synced, owned);
+  try {
+    return std::make_unique<DescriptorFile>(descriptor, synced, owned);
+  } catch (const std::bad_alloc&) {
+    if (owned) ::close(descriptor);
+    throw;
+  }
 }
 
 }  // namespace brevant::posix

@@ -101,7 +101,13 @@ std::string Absolute(const std::string& path) {
 // Checks and locks a descriptor and makes it a file.
 HRESULT Finish(int descriptor, const std::string& path, bool writable, bool shared,
                std::unique_ptr<StorageFile>* file) {
-  auto made = std::make_unique<StorageFile>(descriptor, Absolute(path));
+  std::unique_ptr<StorageFile> made;
+  try {
+    made = std::make_unique<StorageFile>(descriptor, Absolute(path));
+  } catch (const std::bad_alloc&) {
+    ::close(descriptor);
+    return E_OUTOFMEMORY;
+  }
   const FileReference reference(descriptor);
   FileFacts facts;
   if (!reference.ReadFacts(&facts)) return STG_E_READFAULT;
@@ -115,14 +121,14 @@ HRESULT Finish(int descriptor, const std::string& path, bool writable, bool shar
 }
 
 constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+// Boards hold addresses. A file that is there keeps the mode that its owner gave it.
+constexpr unsigned kNewMode = 0600;
 constexpr int kAttempts = 8;  // when others remove or replace the file meanwhile
 
 // Whether another file may take this one's place: not where other names lead to it as well.
 bool MayBeReplaced(const std::string& path, struct stat* facts) {
   return ::lstat(path.c_str(), facts) == 0 && S_ISREG(facts->st_mode) && facts->st_nlink == 1;
 }
-// Boards hold addresses. A file that is there keeps the mode that its owner gave it.
-constexpr unsigned kNewMode = 0600;
 
 // Hands on what stays the same when a file is made anew in its place.
 void TakeOver(int old, const struct stat& facts, int made) {
@@ -199,6 +205,7 @@ HRESULT OpenAnew(const Resolved& resolved, std::unique_ptr<StorageFile>* file) {
     *file = std::move(old);
     return S_OK;
   }
+  const std::string draft = resolved.path + ".new~";
   std::unique_ptr<StorageFile> made;
   result = OpenDraft(resolved.path, &made);
   if (FAILED(result)) return result;
@@ -207,8 +214,13 @@ HRESULT OpenAnew(const Resolved& resolved, std::unique_ptr<StorageFile>* file) {
     *file = std::move(old);
     return S_OK;
   }
-  if (old != nullptr) TakeOver(old->Descriptor(), facts, made->Descriptor());
-  made->SetDraft(resolved.path + ".new~", std::move(old));
+  try {
+    if (old != nullptr) TakeOver(old->Descriptor(), facts, made->Descriptor());
+    made->SetDraft(draft, std::move(old));
+  } catch (const std::bad_alloc&) {
+    ::unlink(draft.c_str());
+    throw;
+  }
   *file = std::move(made);
   return S_OK;
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -51,7 +52,12 @@ class PlaceBesideFile final : public compound::JournalPlace {
     const int descriptor =
         ::open(journal_.c_str(), O_RDWR | O_CREAT | O_EXCL | kOpenFlags, S_IRUSR | S_IWUSR);
     if (descriptor < 0) return CreateStatus();
-    *journal = MakeByteFile(descriptor, true, true);
+    try {
+      *journal = MakeByteFile(descriptor, true, true);
+    } catch (const std::bad_alloc&) {
+      ::unlink(journal_.c_str());
+      throw;
+    }
     change.Added();
     LetInTheSame(descriptor);
     return Status::kOk;
