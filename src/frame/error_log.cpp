@@ -27,6 +27,17 @@ std::string Line(const char* text) {
   return "[" + TimeStamp() + "] " + line + "\r\n";
 }
 
+// A line of which a part only was written, for want of room, goes again.
+void AppendWhole(HANDLE file, DWORD low, LONG high, const std::string& line) {
+  const auto count = static_cast<DWORD>(line.size());
+  DWORD written = 0;
+  if (WriteFile(file, line.data(), count, &written, nullptr) != 0 && written == count) return;
+  if (SetFilePointer(file, static_cast<LONG>(low), &high, FILE_BEGIN) != INVALID_SET_FILE_POINTER ||
+      GetLastError() == ERROR_SUCCESS) {
+    SetEndOfFile(file);
+  }
+}
+
 }  // namespace
 
 int LogError(const char* text) {
@@ -36,10 +47,12 @@ int LogError(const char* text) {
     HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, brevant::OwnerOnly(), OPEN_ALWAYS,
                               FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 1;
-    DWORD written = 0;
     LONG high = 0;  // without it a log of 4 GB could not be appended to
-    SetFilePointer(file, 0, &high, FILE_END);
-    WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    const DWORD low = SetFilePointer(file, 0, &high, FILE_END);
+    // Elsewhere than at the end it would go over other lines.
+    if (low != INVALID_SET_FILE_POINTER || GetLastError() == ERROR_SUCCESS) {
+      AppendWhole(file, low, high, line);
+    }
     CloseHandle(file);
   } catch (const std::exception&) {
     // A line that cannot be logged is lost, as one whose file cannot be opened is.
