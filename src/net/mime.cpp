@@ -91,7 +91,10 @@ int TMIMEEnabledPOP3::OpenCurrent(int mode) {
 }
 
 int TMIMEEnabledPOP3::ProcessObjectInfo(char* name, char* value) {
-  return Guarded(0, [&] { return ProcessPartInfo(name, value); });
+  const int known = Guarded(-1, [&] { return ProcessPartInfo(name, value); });
+  // A field that was lost for want of memory would make another mail of this one.
+  if (known < 0) TransferFailed();
+  return known > 0 ? 1 : 0;
 }
 
 int TMIMEEnabledPOP3::ProcessPartInfo(char* name, char* value) {
@@ -173,7 +176,7 @@ int TMIMEEnabledPOP3::IsEndBoundary(const char* line) {
 
 int TMIMEEnabledPOP3::PeekAtBoundary() {
   if (boundaries_.empty() || AtMessageEnd() || connection_ == nullptr) return 0;
-  return Guarded(0, [&] {
+  const int found = Guarded(-1, [&] {
     if (StandardMode()) return PeekAtBoundaryStandard();
     const std::string_view boundary = boundaries_.back();
     std::string seen(boundary.size() + 2, '\0');
@@ -182,6 +185,9 @@ int TMIMEEnabledPOP3::PeekAtBoundary() {
     return connection_->PeekAhead(seen.data(), wanted) == wanted && seen.substr(2) == boundary ? 1
                                                                                                : 0;
   });
+  // A boundary that was not recognised for want of memory would be read over.
+  if (found < 0) TransferFailed();
+  return found != 0 ? 1 : 0;
 }
 
 int TMIMEEnabledPOP3::PeekAtBoundaryStandard() {

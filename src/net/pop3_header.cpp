@@ -63,7 +63,7 @@ int TPOP3::ProcessObjectInfo(char* name, char* value) {
                                       {"Content-Type", &TPOP3::contentType_},
                                       {"Message-Id", &TPOP3::messageId_},
                                       {"BBS", &TPOP3::bbs_}};
-  return Guarded(0, [&] {
+  const int known = Guarded(-1, [&] {
     for (const Field& field : kFields) {
       if (!EqualsIgnoreCase(name, field.name)) continue;
       this->*field.text = value;
@@ -74,6 +74,9 @@ int TPOP3::ProcessObjectInfo(char* name, char* value) {
         StandardMode() ? brevant::ParseHeaderDateStandard(value) : brevant::ParseHeaderDate(value);
     return 1;
   });
+  // A field that was lost for want of memory would make another mail of this one.
+  if (known < 0) TransferFailed();
+  return known > 0 ? 1 : 0;
 }
 
 int TPOP3::GetObjectInfo(char* name, char* value, int size) {
