@@ -7,14 +7,18 @@ namespace {
 
 thread_local bool isLimited = false;
 thread_local long left = 0;
+thread_local bool isPassing = false;
 thread_local bool hasFailed = false;
 
 void* Allocate(std::size_t size) {
-  if (isLimited && left-- <= 0) {
+  if (isLimited && (isPassing ? left-- == 0 : left-- <= 0)) {
     hasFailed = true;
     throw std::bad_alloc();
   }
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  // Not malloc, whose calls by the library itself are counted elsewhere (support/failing_calls.h),
+  // and nothing that the compiler makes one of.
+  void* volatile nothing = nullptr;
+  if (void* memory = std::realloc(nothing, size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
 
@@ -41,8 +45,9 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free
 
 namespace test {
 
-FailingMemory::FailingMemory(long allowed) {
+FailingMemory::FailingMemory(long allowed, Shortage shortage) : allowed_(allowed) {
   left = allowed;
+  isPassing = shortage == Shortage::kPassing;
   hasFailed = false;
   isLimited = true;
 }
@@ -50,5 +55,7 @@ FailingMemory::FailingMemory(long allowed) {
 FailingMemory::~FailingMemory() { isLimited = false; }
 
 bool FailingMemory::HasFailed() const { return hasFailed; }
+
+long FailingMemory::Allocations() const { return allowed_ - left; }
 
 }  // namespace test

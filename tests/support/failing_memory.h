@@ -4,16 +4,27 @@
 
 namespace test {
 
-// While it lives, this thread gets so many allocations more; every further one throws bad_alloc.
+enum class Shortage {
+  kLasting,  // from some allocation on there is no memory
+  kPassing,  // one allocation fails
+};
+
+// While it lives, this thread gets so many allocations more; every further one, or only the next
+// one, throws bad_alloc.
 class FailingMemory {
  public:
-  explicit FailingMemory(long allowed);
+  explicit FailingMemory(long allowed, Shortage shortage = Shortage::kLasting);
   ~FailingMemory();
   FailingMemory(const FailingMemory&) = delete;
   FailingMemory& operator=(const FailingMemory&) = delete;
 
   // Whether an allocation has failed.
   bool HasFailed() const;
+  // How many allocations there were, those that failed included.
+  long Allocations() const;
+
+ private:
+  long allowed_;
 };
 
 // Runs the operation with memory for no allocation, for one, and so on until it gets by with what
