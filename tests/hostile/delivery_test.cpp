@@ -13,8 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kTemporary = "TEMP.FTP";
-
 class HostileDelivery : public test::Delivery {
  protected:
   void SetUp() override {
