@@ -42,7 +42,7 @@ class Board : public test::HtmlBoard {
   }
   void TestBody() override {}
 
-  const TSetup& Setup() const { return *setup_; }
+  const TSetup& Settings() const { return *setup_; }
   std::string Templates() const { return root_ / "Templates/"; }
 };
 
@@ -51,7 +51,7 @@ class Maker {
  public:
   static constexpr unsigned kPlaces = 16;
 
-  explicit Maker(const Board& board) : site_(board.Setup(), goOn_) {
+  explicit Maker(const Board& board) : site_(board.Settings(), goOn_) {
     for (unsigned place = 0; place < kPlaces; ++place) AddPage(board, place);
     for (auto& field : brevant::MakePageFields(site_)) dispatcher_.AddField(std::move(field));
   }
