@@ -22,6 +22,7 @@
 #include <iostream>
 #include <map>
 #include <set>
+#include <sstream>
 
 namespace {
 
@@ -233,9 +234,10 @@ TEST(FailingCallsTable, HasEveryExportedFunction) {
     }
   }
   for (const Harmless& exempt : faults::ExemptOnes()) {
-    EXPECT_FALSE(covered.contains(exempt.name)) << exempt.name << " has a row";
-    EXPECT_GT(std::string(exempt.reason).size(), 10u);
-    covered.insert(exempt.name);
+    std::istringstream names(exempt.name);
+    for (std::string name; names >> name;) {
+      EXPECT_TRUE(covered.insert(name).second) << name << " has a row";
+    }
   }
   const std::set<std::string> exported = ExportedNames();
   EXPECT_GT(exported.size(), 350u);

@@ -41,7 +41,7 @@ struct Harmless {
   const char* reason;
 };
 const std::vector<Harmless>& HarmlessOnes();
-// Exported functions without a row.
+// Exported functions without a row, in each name several parted by blanks.
 const std::vector<Harmless>& ExemptOnes();
 
 }  // namespace faults

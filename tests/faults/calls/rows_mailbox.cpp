@@ -138,9 +138,7 @@ struct Opened : TPOP3 {
   using TPOP3::Retrieve;
 };
 
-}  // namespace
-
-Rows MailboxRows() {
+Rows SessionRows() {
   return {
       {"TPOP3::TPOP3 TPOP3::~TPOP3", Make<TPOP3>},
       {"TMIMEEnabledPOP3::TMIMEEnabledPOP3 TMIMEEnabledPOP3::~TMIMEEnabledPOP3",
@@ -192,6 +190,11 @@ Rows MailboxRows() {
       {"TPOP3::GetFirstNew",
        [](Trial& run) { OnPop3(run, [](TPOP3& client) { return client.GetFirstNew(); }); },
        kOverNetwork},
+  };
+}
+
+Rows MessageRows() {
+  return {
       {"TPOP3::GetInfo",
        [](Trial& run) { OnPop3(run, [](TPOP3& client) { return client.GetInfo(1); }); },
        kOverNetwork},
@@ -268,6 +271,11 @@ Rows MailboxRows() {
          run.Call([&] { client.ClearInfo(); });
          run.Succeeds(known != 0);
        }},
+  };
+}
+
+Rows PartRows() {
+  return {
       {"TMIMEEnabledPOP3::OpenResource",
        [](Trial& run) {
          OnMailbox<TMIMEEnabledPOP3>(
@@ -336,6 +344,16 @@ Rows MailboxRows() {
          run.Succeeds(run.Call([&] { return client.ProcessObjectInfo(name, value); }) != 0);
        }},
   };
+}
+
+}  // namespace
+
+Rows MailboxRows() {
+  Rows all;
+  for (const auto& part : {SessionRows(), MessageRows(), PartRows()}) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
 }
 
 }  // namespace faults

@@ -62,9 +62,7 @@ void WholeMessage(Trial& run, DWORD status) {
   });
 }
 
-}  // namespace
-
-Rows SmtpRows() {
+Rows EnvelopeRows() {
   return {
       {"TSMTP::TSMTP TSMTP::~TSMTP TSMTP::ProtocolName TSMTP::DefaultPort",
        [](Trial& run) {
@@ -121,6 +119,11 @@ Rows SmtpRows() {
                  [](TSMTP& client) { return client.OpenResource(kRecipient, kOpenForWriting); });
        },
        kOverNetwork},
+  };
+}
+
+Rows DataRows() {
+  return {
       {"TSMTP::StartData",
        [](Trial& run) {
          AtStage(run, kAddressed, 0, [](TSMTP& client) { return client.StartData(); });
@@ -192,6 +195,16 @@ Rows SmtpRows() {
        },
        kOverNetwork},
   };
+}
+
+}  // namespace
+
+Rows SmtpRows() {
+  Rows all;
+  for (const auto& part : {EnvelopeRows(), DataRows()}) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
 }
 
 }  // namespace faults
