@@ -39,7 +39,6 @@ class Chain {
   // Whether the chain reaches the index; walks no further than that.
   bool Has(LinkTable& table, std::uint32_t index);
   std::uint32_t Length(LinkTable& table);
-  bool IsEmpty() const { return first_ == kEndOfChain; }
   std::uint32_t First() const { return first_; }
   // The caller links the sector in the table. The length must be known.
   void Append(std::uint32_t sector);

@@ -119,8 +119,6 @@ static_assert(std::is_sorted(kRules.begin(), kRules.end(),
 
 }  // namespace
 
-std::span<const TElementRule> ElementRules() { return kRules; }
-
 const TElementRule* FindElementRule(std::string_view name) {
   auto at =
       std::lower_bound(kRules.begin(), kRules.end(), name,

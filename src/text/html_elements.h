@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 namespace brevant {
@@ -44,7 +43,6 @@ struct TElementRule {
   std::uint16_t hides = 0;   // bits of the scopes that elements inside it do not see
 };
 
-std::span<const TElementRule> ElementRules();
 // By lower-case name; null for elements without rules.
 const TElementRule* FindElementRule(std::string_view name);
 

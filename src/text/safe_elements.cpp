@@ -235,8 +235,6 @@ bool IsValue(TSafeValue kind, std::string_view value) {
 
 }  // namespace
 
-std::span<const TSafeElement> SafeElements() { return kElements; }
-
 const TElementRule* RuleOf(const TSafeElement& element) {
   static const auto kRules = [] {
     std::array<const TElementRule*, kElements.size()> rules{};

@@ -39,9 +39,8 @@ struct TSafeElement {
   std::uint16_t attributes = kCommon;
 };
 
-// All elements that are known; the tags of all others are left out, what they hold stays. Sorted.
-std::span<const TSafeElement> SafeElements();
-// By name, ignoring letter case; null when it is not known.
+// By name, ignoring letter case; null when it is not known: its tags are left out, what they hold
+// stays.
 const TSafeElement* FindSafeElement(std::string_view name);
 // The rule of the element that stands for a row of the list; null when it has none.
 const TElementRule* RuleOf(const TSafeElement& element);

@@ -94,11 +94,6 @@ std::string UpperCased(std::string_view text) {
   return upper;
 }
 
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return UpperAscii(x) == UpperAscii(y); });
-}
-
 DWORD ErrorFromErrno(int error) {
   switch (error) {
     case 0:

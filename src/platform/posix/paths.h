@@ -31,7 +31,6 @@ Resolved Resolve(const char* name);
 // ASCII letters only: bytes of 128 and more stand for themselves, so UTF-8 passes through.
 char UpperAscii(char c);
 std::string UpperCased(std::string_view text);
-bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
 // The platform's code for an errno value.
 DWORD ErrorFromErrno(int error);

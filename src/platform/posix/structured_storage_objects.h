@@ -35,7 +35,6 @@ HRESULT Guarded(Work work) noexcept {
 }
 
 std::uint64_t TimeNow();
-FILETIME TimeOf(std::uint64_t ticks);
 // Fills in an element's statistics; the name, if wanted, is the caller's to free.
 void FillStat(const compound::EntryInfo& info, bool withName, STATSTG* stat);
 // A copy for the caller to free with CoTaskMemFree; throws std::bad_alloc.

@@ -10,8 +10,6 @@ namespace brevant::posix {
 
 std::uint64_t TimeNow() { return Ticks(StorageNow()); }
 
-FILETIME TimeOf(std::uint64_t ticks) { return FromTicks(ticks); }
-
 LPOLESTR TaskString(const std::u16string& text) {
   const std::size_t bytes = (text.size() + 1) * sizeof(OLECHAR);
   auto* copy = static_cast<LPOLESTR>(std::malloc(bytes));
