@@ -27,6 +27,17 @@ std::string Line(const char* text) {
   return "[" + TimeStamp() + "] " + line + "\r\n";
 }
 
+// Whether the file is empty or its last line has its end, which a kill inside a write may have cut
+// off. Leaves the position anywhere.
+bool EndsWithLine(HANDLE file) {
+  LONG high = -1;
+  const DWORD low = SetFilePointer(file, -1, &high, FILE_END);
+  if (low == INVALID_SET_FILE_POINTER && GetLastError() != ERROR_SUCCESS) return true;
+  char last = '\n';
+  DWORD count = 0;
+  return ReadFile(file, &last, 1, &count, nullptr) == 0 || count == 0 || last == '\n';
+}
+
 // A line of which a part only was written, for want of room, goes again.
 void AppendWhole(HANDLE file, DWORD low, LONG high, const std::string& line) {
   const auto count = static_cast<DWORD>(line.size());
@@ -44,14 +55,16 @@ int LogError(const char* text) {
   try {
     const std::string path = std::string(brevant::ProgramDirectory()) + "error.log";
     const std::string line = Line(text);
-    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, brevant::OwnerOnly(), OPEN_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    const std::string own = "\r\n" + line;
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, brevant::OwnerOnly(),
+                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 1;
+    const bool ended = EndsWithLine(file);
     LONG high = 0;  // without it a log of 4 GB could not be appended to
     const DWORD low = SetFilePointer(file, 0, &high, FILE_END);
     // Elsewhere than at the end it would go over other lines.
     if (low != INVALID_SET_FILE_POINTER || GetLastError() == ERROR_SUCCESS) {
-      AppendWhole(file, low, high, line);
+      AppendWhole(file, low, high, ended ? line : own);
     }
     CloseHandle(file);
   } catch (const std::exception&) {

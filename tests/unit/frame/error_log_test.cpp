@@ -70,6 +70,16 @@ TEST_F(ErrorLog, LinesAreAppended) {
   EXPECT_EQ(log.substr(log.size() - 7), "] two\r\n");
 }
 
+TEST_F(ErrorLog, LineThatWasCutOffGetsItsEndBeforeTheNext) {
+  for (const std::string cut : {"[", "[5/1/98 0:07 PM   ] Cannot o", "x\r"}) {
+    test::WriteFileBytes(File("error.log"), "old\r\n" + cut);
+    LogError("next");
+    const std::string log = Log();
+    EXPECT_EQ(log.substr(0, 5 + cut.size() + 3), "old\r\n" + cut + "\r\n[");
+    EXPECT_EQ(log.substr(5 + cut.size() + 2 + 18), "] next\r\n");
+  }
+}
+
 TEST_F(ErrorLog, LogThatCannotBeOpenedGetsNothing) {
   // A directory of that name can be written to by nobody, the superuser included.
   std::filesystem::create_directory(File("error.log"));
@@ -102,8 +112,8 @@ TEST_F(ErrorLog, LogOfMoreThan4GigabytesIsAppendedTo) {
   log.seekg(static_cast<std::streamoff>(kSize));
   log.read(end.data(), static_cast<std::streamsize>(end.size()));
   end.resize(static_cast<std::size_t>(log.gcount()));
-  EXPECT_EQ(end.substr(0, 1), "[");
-  EXPECT_EQ(end.substr(std::min<std::size_t>(end.size(), 18)), "] last\r\n");
+  EXPECT_EQ(end.substr(0, 3), "\r\n[");
+  EXPECT_EQ(end.substr(std::min<std::size_t>(end.size(), 20)), "] last\r\n");
 }
 
 TEST_F(ErrorLog, LogOpenElsewhereGetsNothing) {
