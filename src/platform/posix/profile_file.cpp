@@ -21,6 +21,8 @@ namespace {
 constexpr std::int64_t kSettledNanoseconds = 20'000'000;
 constexpr std::size_t kKeptFiles = 8;
 constexpr int kLockTries = 2000;  // of a millisecond each
+// A write within one is never half done, neither by a kill nor by a lost machine.
+constexpr std::size_t kSector = 512;
 
 bool SameTime(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -200,7 +202,8 @@ BOOL ProfileFile::Write(const Decision& decide, bool sync) {
     const std::optional<ProfileText::Change> change = decide(text_);
     if (!change) return TRUE;
     if (!writable_) return Fail(ERROR_ACCESS_DENIED);
-    if (change->length == change->replacement.size()) {
+    const bool fits = change->begin % kSector + change->length <= kSector;
+    if (fits && change->length == change->replacement.size()) {
       if (WriteInPlace(*change)) return TRUE;
     } else {
       std::string bytes = text_.Bytes();

@@ -58,6 +58,19 @@ TEST_F(ProfileDisk, EqualLengthIsWrittenInPlaceAnythingElseAsANewFile) {
   EXPECT_EQ(test::ReadFileBytes(file_), "[s]\r\nk=33\r\n");
 }
 
+// A kill or a lost machine may end a write at a sector.
+TEST_F(ProfileDisk, EqualLengthAcrossASectorIsWrittenAsANewFile) {
+  const std::string start = "[s]\r\na=" + std::string(480, 'a') + "\r\nk=";
+  test::WriteFileBytes(file_, start + std::string(40, '1') + "\r\n");
+  const ino_t before = Facts().st_ino;
+  Set("k", std::string(40, '2'));
+  EXPECT_NE(Facts().st_ino, before);
+  EXPECT_EQ(test::ReadFileBytes(file_), start + std::string(40, '2') + "\r\n");
+  const ino_t between = Facts().st_ino;
+  Set("a", std::string(480, 'b'));
+  EXPECT_EQ(Facts().st_ino, between);
+}
+
 TEST_F(ProfileDisk, SameValueWritesNothing) {
   Set("k", "1");
   const struct stat before = Facts();
