@@ -44,6 +44,7 @@ class TScratchFile {
   bool Write(std::string_view bytes) { return file_.Write(bytes); }
   // Ends the writing and hands the whole content to target piece by piece.
   bool CopyTo(TNewFile& target);
+  const std::string& Directory() const { return directory_; }
 
  private:
   std::string directory_;
