@@ -96,9 +96,7 @@ bool TForum::PlaceMessage(DWORD index, TMail& message) {
 // What is to be replaced stays until the new element is whole.
 bool TForum::PlaceElement(DWORD index, TMail& message) {
   const MessageKey key(index);
-  const brevant::TListIndex* list = LoadedIndex();
-  const bool replaces = list != nullptr && list->Find(index).has_value() &&
-                        brevant::HasStorage(storage_.Interface(), key.Terminated());
+  const bool replaces = brevant::HasStorage(storage_.Interface(), key.Terminated());
   const char* name = replaces ? kDraft : key.Terminated();
   {
     TMail element;
