@@ -229,6 +229,26 @@ TEST(PageWriterLiteral, NoTextOfAVeryLongValueIsLost) {
   EXPECT_EQ(joined, value);
 }
 
+// The blank inside the marker is none of the word's.
+TEST(PageWriterLiteral, AFullWordEndsAtABlankBeforeAMarkerAndNotInsideIt) {
+  const std::size_t marker = std::string("$FORUM(\"a b\")$").size();
+  const struct {
+    std::string before;
+    std::size_t behindBlank;  // what stays in the word with the marker
+  } cases[] = {{"q ", 0}, {"q r", 1}, {"", 0}, {"qr", 2}};
+  for (const auto& [before, behindBlank] : cases) {
+    Page page;
+    page.board.containers[1] = {{"F1", {}}};
+    page.Add("BEFORE", before);
+    page.Add("X", std::string(4090, 'a'));
+    const std::size_t kept = 4096 - marker - behindBlank;
+    EXPECT_EQ(page.Make("$BEFORE$$FORUM(a b)$$X$ end"),
+              before + "F1" + std::string(kept, 'a') + " end")
+        << before;
+    EXPECT_EQ(page.writer.Dropped(), 4090 - kept) << before;
+  }
+}
+
 TEST(PageWriterLiteral, TagsOutOfValuesAreStillCut) {
   Page page;
   page.Add("X", "<" + std::string(3000, 'a') + " " + std::string(2000, 'b') + ">c");
