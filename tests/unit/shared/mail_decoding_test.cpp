@@ -190,6 +190,23 @@ TEST_F(MailDecoding, AFooterBehindHtmlBecomesUtf8Too) {
   EXPECT_EQ(item.content, "<p>\xC3\xA4</p>\r\n&lt;\xE2\x82\xAC&gt;<br>\r\n");
 }
 
+TEST_F(MailDecoding, PlainAsciiTakesTheCharacterSetOfWhatFollows) {
+  const test::Item item =
+      Retrieve(Mail("s", Multipart({{"Content-Type: text/plain; charset=\"us-ascii\"\n", "a"},
+                                    {"Content-Type: text/plain; charset=\"iso-8859-2\"\n", "\xB1"},
+                                    {"Content-Type: text/plain; charset=\"us-ascii\"\n", "b"}})));
+  EXPECT_EQ(item.charset, "iso-8859-2");
+  EXPECT_EQ(item.content, "a\r\n\xB1\r\nb\r\n");
+}
+
+TEST_F(MailDecoding, ACharacterSetThatIsNotKnownKeepsItsBytesAndThoseOfOthers) {
+  const test::Item item = Retrieve(
+      Mail("s", Multipart({{"Content-Type: text/plain; charset=\"koi8-r\"\n", "\xC1"},
+                           {"Content-Type: text/plain; charset=\"utf-8\"\n", "\xC3\xA4"}})));
+  EXPECT_EQ(item.charset, "koi8-r");
+  EXPECT_EQ(item.content, "\xC1\r\n\xC3\xA4\r\n");
+}
+
 TEST_F(MailDecoding, WithoutTheSettingPartsAreAppendedAsTheyAre) {
   setup_->Number("Decode Mail Text", 0);
   const test::Item item = Retrieve(
