@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""report.py TRACE SOURCES OUT: what the tests reached, from a trace in lcov's form.
+"""report.py TRACE SOURCES REASONS OUT: what the tests reached, from a trace in lcov's form.
 
-Prints a line for each directory of SOURCES, writes every line and branch that nothing reached to
-OUT, and fails below the floors that the project has set itself.
+Prints a line for each directory of SOURCES and writes every line and branch that nothing reached to
+OUT, with the reason that REASONS has for the file. Fails below the floors that the project has set
+itself, and for lines without a reason.
 """
 import collections
 import os
@@ -61,8 +62,11 @@ def ranges(numbers):
 
 
 def main():
-    trace, sources, out = sys.argv[1:]
+    trace, sources, reasons, out = sys.argv[1:]
     sources = os.path.realpath(sources)
+    with open(reasons) as rows:
+        reasons = dict(row.rstrip("\n").split("\t") for row in rows)
+    unexplained = []
     floors, total = collections.defaultdict(Count), Count()
     with open(out, "w") as unreached:
         for path, lines, branches in sorted(files(trace), key=lambda file: file[0]):
@@ -75,16 +79,22 @@ def main():
             missed = [line for line, hits in lines.items() if not hits]
             halves = {branch[0] for branch, hits in branches.items() if not hits}
             if missed or halves:
-                unreached.write("%s\n  lines: %s\n  branches in lines: %s\n" % (
-                    name, ranges(missed), ranges(halves - set(missed))))
+                unreached.write("%s: %s\n  lines: %s\n  branches in lines: %s\n" % (
+                    name, reasons.get(name, "branches only"), ranges(missed),
+                    ranges(halves - set(missed))))
+            if missed and name not in reasons:
+                unexplained.append("%s: %s" % (name, ranges(missed)))
     for name in sorted(floors):
         print(floors[name].row(name))
     print(total.row("all"))
     print("what is left: " + os.path.relpath(out))
-    if share(total.lines_hit, total.lines) < LINES or \
-            share(total.branches_hit, total.branches) < BRANCHES:
+    for lines in unexplained:
+        print("not reached, and no reason given: " + lines)
+    isLow = share(total.lines_hit, total.lines) < LINES or \
+        share(total.branches_hit, total.branches) < BRANCHES
+    if isLow:
         print("below the floors of %.0f %% and %.0f %%" % (LINES, BRANCHES))
-        sys.exit(1)
+    sys.exit(1 if isLow or unexplained else 0)
 
 
 main()
