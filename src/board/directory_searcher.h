@@ -22,7 +22,8 @@ class TDirectorySearcher {
   TDirectorySearcher& operator=(const TDirectorySearcher&) = delete;
   virtual ~TDirectorySearcher();
 
-  // Move to the first or the next entry that passes the check; false when there is none.
+  // Move to the first or the next entry that passes the check; false when there is none, or when
+  // the directory cannot be listed, which the last error tells.
   bool First();
   bool Next();
   // The name of the entry at hand, valid until the next move; null when there is none.

@@ -4,6 +4,7 @@
 #include "frame/settings_cache.h"
 #include "platform/win32.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +29,9 @@ bool IsPasswordKey(const char* key) { return brevant::ContainsWordStartingWith(k
 
 std::string ReadValue(const char* path, const char* key, DWORD size) {
   char buffer[kTextSize] = "";
+  SetLastError(ERROR_SUCCESS);
   GetPrivateProfileStringA(kSection, KeyOf(key), "", buffer, size, path);
+  if (buffer[0] == '\0' && GetLastError() == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
   return buffer;
 }
 
@@ -101,7 +104,7 @@ const char* TSetup::String(const char* key) const {
       if (const std::string* cached = cache_->texts.Find(TextOf(key))) return cached->c_str();
     }
   } catch (const std::exception&) {
-    // As below.
+    ++brevant::memoryFailures;
   }
   return DefaultString(key);
 }
@@ -118,7 +121,7 @@ DWORD TSetup::Number(const char* key) const {
       if (const DWORD* cached = cache_->numbers.Find(TextOf(key))) return *cached;
     }
   } catch (const std::exception&) {
-    // As below.
+    ++brevant::memoryFailures;
   }
   return DefaultNumber(key);
 }
@@ -167,6 +170,7 @@ int TSetup::SetString(const char* key, const char* value) {
     }
     return cache_->texts.Set(TextOf(key), std::move(text));
   } catch (const std::exception&) {
+    ++brevant::memoryFailures;
     return -1;
   }
 }
@@ -176,6 +180,7 @@ int TSetup::SetNumber(const char* key, LONG value) {
   try {
     return cache_->numbers.Set(TextOf(key), static_cast<DWORD>(value));
   } catch (const std::exception&) {
+    ++brevant::memoryFailures;
     return -1;
   }
 }

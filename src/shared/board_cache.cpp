@@ -1,5 +1,6 @@
 #include "shared/board_cache.h"
 
+#include "frame/reporting.h"
 #include "platform/win32.h"
 #include "store/ascii.h"
 
@@ -7,6 +8,8 @@
 #include <brevant/survey_question.h>
 
 #include <algorithm>
+#include <new>
+#include <stdexcept>
 
 namespace brevant {
 
@@ -30,18 +33,27 @@ std::unique_ptr<TForum> Make() {
   return std::make_unique<Container>();
 }
 
-// The names that a board search gives.
+// Whether a search that ended with this error has found all there is.
+bool IsWhole(DWORD error) {
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+         error == ERROR_NO_MORE_FILES;
+}
+
+// The names that a board search gives. Throws when the directory cannot be listed to its end: what
+// is missing in a part of it would be taken for deleted.
 template <typename Searcher>
 std::vector<std::string> Search(const char* directory, Searcher* (*start)(const char*),
                                 const char* (*first)(Searcher*), const char* (*next)(Searcher*),
                                 void (*end)(Searcher*)) {
   std::vector<std::string> names;
   const std::unique_ptr<Searcher, decltype(end)> search(start(directory), end);
-  if (!search) return names;
+  if (!search) throw std::bad_alloc();
   for (const char* name = first(search.get()); name != nullptr; name = next(search.get())) {
     names.emplace_back(name);
   }
-  return names;
+  if (IsWhole(GetLastError())) return names;
+  DisplayHistory("Cannot open %s", directory);
+  throw std::runtime_error("a directory cannot be listed");
 }
 
 // What the kinds differ in.

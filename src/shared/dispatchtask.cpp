@@ -11,6 +11,7 @@
 #include "shared/recipients.h"
 #include "shared/task_makers.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 #include "text/plain_text.h"
 
 #include <algorithm>
@@ -106,6 +107,7 @@ int TMailDispatchTask::ExecuteRun() {
     return 1;
   }
   worked_ = 1;
+  const unsigned failures = brevant::memoryFailures;
   bool triesAgain = false;
   {
     TRun run(*setup_);
@@ -117,6 +119,8 @@ int TMailDispatchTask::ExecuteRun() {
     TraceHere();
     run.cache.CloseAll();
     if (!run.cache.Reliable()) run.failed = true;
+    // A message or an address may have been passed over.
+    if (brevant::memoryFailures != failures) run.failed = true;
     triesAgain = run.standard && (run.failed || Aborted());
   }
   client_.Disconnect();

@@ -8,6 +8,7 @@
 #include "shared/site_paths.h"
 #include "shared/task_makers.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 #include "text/unique_file.h"
 
 #include <algorithm>
@@ -134,6 +135,7 @@ bool TFileDeliveryTask::IsDue() const {
 
 int TFileDeliveryTask::Deliver() {
   DisplayProgress(0, 100);
+  const unsigned failures = brevant::memoryFailures;
   delivered_ = true;
   run_ = std::make_unique<TRun>(*setup_, continue_);
   const std::string local = setup_->String("Local Directory");
@@ -144,6 +146,8 @@ int TFileDeliveryTask::Deliver() {
                     remote,
                     brevant::TopKey(setup_->String("FTP Account"), remote),
                     0};
+  // A setting that could not be read may say where files go.
+  if (brevant::memoryFailures != failures) throw std::bad_alloc();
   if (!brevant::CanEnter(top.path)) {
     DisplayHistory("Cannot change directory to %s (Local)", local.c_str());
     return 0;
@@ -159,7 +163,7 @@ int TFileDeliveryTask::Deliver() {
   DeliverFolder(top);
   TraceHere();
   if (Connected()) client_.Disconnect();
-  if (!Finish()) return 0;
+  if (!Finish() || brevant::memoryFailures != failures) return 0;
   if (state_ != nullptr) state_->Time(kLastTransfer, TTime::Now());
   return 1;
 }

@@ -9,6 +9,7 @@
 #include "shared/page_names.h"
 #include "shared/site_paths.h"
 #include "shared/task_makers.h"
+#include "store/guard.h"
 #include "text/page_writer.h"
 #include "text/unique_file.h"
 
@@ -60,6 +61,7 @@ int TFileManagementTask::ExecuteScan() {
   TraceHere();
   if (!IsDue()) return 1;
   worked_ = 1;
+  const unsigned failures = brevant::memoryFailures;
   DisplayStatus("Erasing orphaned temporary files");
   DisplayProgress(0, 100);
   brevant::TKeptFiles kept;
@@ -72,8 +74,13 @@ int TFileManagementTask::ExecuteScan() {
     return 0;
   }
   brevant::TSiteListing site(root);
-  site.Scan(continue_);
+  if (!site.Scan(continue_)) {
+    DisplayHistory("Cannot open %s", directory.c_str());
+    return 0;
+  }
   if (!FollowLinks(site, kept)) return 0;
+  // A setting that could not be read may name a main page.
+  if (brevant::memoryFailures != failures) return 0;
   EraseOrphans(site, kept);
   TraceHere();
   state_->Time(kLastScan, TTime::Now());
@@ -109,7 +116,11 @@ bool TFileManagementTask::FollowLinks(const brevant::TSiteListing& site,
 
 bool TFileManagementTask::ReadPage(const std::string& path, brevant::TKeptFiles& kept) const {
   const brevant::UniqueFile file = brevant::UniqueFile::OpenToRead(path);
-  if (!file) return true;
+  if (!file) {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+           error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+  }
   brevant::TPageWriter page;
   std::string block(kBlockBytes, '\0');
   while (continue_ != 0) {

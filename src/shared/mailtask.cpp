@@ -10,6 +10,7 @@
 #include "shared/task_makers.h"
 #include "shared/vote_counter.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 #include "text/charset.h"
 #include "text/encoded_words.h"
 
@@ -117,7 +118,10 @@ int TMailRetrievalTask::ExecuteRun() {
     TraceHere();
     loggedOn_ = true;
     DisplayHistory("Logged onto %s successfully", server.c_str());
+    const unsigned failures = brevant::memoryFailures;
     TRun run(*setup_);
+    // A setting that could not be read may say what is to be kept.
+    if (brevant::memoryFailures != failures) throw std::bad_alloc();
     WatchCommits(run);
     WalkMailbox(run);
     LogOff(run);

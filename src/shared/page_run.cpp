@@ -5,9 +5,11 @@
 #include "shared/page_names.h"
 #include "shared/site_paths.h"
 #include "store/ascii.h"
+#include "store/guard.h"
 #include "text/page_fields.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 
 namespace brevant {
@@ -41,11 +43,12 @@ TPageRun::TPageRun(TSetup& setup, const TPersistentState* state, const std::atom
 }
 
 bool TPageRun::Make() {
+  const unsigned failures = memoryFailures;
   store_.Scan();
   AddMainPages();
   for (std::size_t page = 0; page < site_.Pages().Count() && goOn_ != 0; ++page) {
     DisplayProgress(static_cast<int>(page), static_cast<int>(site_.Pages().Count()));
-    MakePage(page);
+    MakePage(page, failures);
   }
   const bool closed = site_.CloseFiles();
   return closed && saved_ && !site_.DataFileFailed() && goOn_ != 0;
@@ -62,7 +65,7 @@ void TPageRun::AddMainPages() {
   }
 }
 
-void TPageRun::MakePage(std::size_t number) {
+void TPageRun::MakePage(std::size_t number, unsigned failures) {
   trace_();
   const std::string fileName = site_.Pages().FileName(number);
   DisplayStatus("Processing [%s]", fileName.c_str());
@@ -81,6 +84,8 @@ void TPageRun::MakePage(std::size_t number) {
   page.ExpandSections();
   if (!links_.Follow(page, file.directory, goOn_)) saved_ = false;
   site_.EndPage();
+  // A page in which a value is missing for want of memory would not be made again.
+  if (memoryFailures != failures) throw std::bad_alloc();
   // A page that an abort left half made is not shown.
   if (goOn_ != 0) SavePage(fileName, file, page);
 }

@@ -24,7 +24,7 @@ class TPageRun final : private TLinkFollower::TLinkedPages {
 
  private:
   void AddMainPages();
-  void MakePage(std::size_t number);
+  void MakePage(std::size_t number, unsigned failures);
   void SavePage(const std::string& fileName, const TTemplate& file, const TPageWriter& page);
   void RequestLinkedPage(const std::string& path, const TFileFacts& file,
                          const std::string& baseDirectory) override;

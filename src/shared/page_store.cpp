@@ -8,6 +8,8 @@
 #include "text/unique_file.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 
 namespace brevant {
 namespace {
@@ -86,13 +88,15 @@ bool IsUnfinishedName(std::string_view name) { return EqualsIgnoreCase(name, kUn
 bool ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take) {
   WIN32_FIND_DATAA data;
   const UniqueSearch search(FindFirstFileA(pattern.c_str(), &data));
+  // What was not looked for is not missing.
+  if (!search && GetLastError() == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
   if (!search) return false;
   bool goOn = true;
   do {
     const std::string_view name = data.cFileName;
     if (name != "." && name != "..") goOn = take(FactsOf(data));
   } while (goOn && FindNextFileA(search.Get(), &data) != 0);
-  return true;
+  return !goOn || GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take) {
@@ -149,7 +153,12 @@ std::string FullPath(const std::string& path) {
 }
 
 TPageStore::~TPageStore() {
-  if (writing_) RemoveUnfinished();
+  if (!writing_) return;
+  try {
+    RemoveUnfinished();
+  } catch (const std::exception&) {
+    // Out of memory: the next run removes it.
+  }
 }
 
 void TPageStore::Scan() {

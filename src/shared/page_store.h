@@ -35,7 +35,8 @@ struct TFileFacts {
 };
 
 // Hands everything that matches pattern, but "." and "..", to take, ordered by name, until take
-// gives false. False when the directory cannot be listed, or nothing matches, not even those two.
+// gives false. False when the directory cannot be listed to its end, or nothing matches, not even
+// those two.
 bool ForEachEntry(const std::string& pattern, const std::function<bool(const TFileFacts&)>& take);
 // The same for every file, no directory.
 void ForEachFile(const std::string& pattern, const std::function<void(const TFileFacts&)>& take);

@@ -17,18 +17,19 @@ bool IsPlainFile(DWORD attributes) {
 
 TSiteListing::TSiteListing(std::string root) : root_(std::move(root)) {}
 
-void TSiteListing::Scan(const std::atomic<int>& goOn) {
+bool TSiteListing::Scan(const std::atomic<int>& goOn) {
   std::vector<std::string> waiting(1);
   while (!waiting.empty() && goOn != 0) {
     const std::string directory = std::move(waiting.back());
     waiting.pop_back();
-    ScanDirectory(directory, goOn, waiting);
+    if (!ScanDirectory(directory, goOn, waiting)) return false;
   }
+  return true;
 }
 
-void TSiteListing::ScanDirectory(const std::string& directory, const std::atomic<int>& goOn,
+bool TSiteListing::ScanDirectory(const std::string& directory, const std::atomic<int>& goOn,
                                  std::vector<std::string>& waiting) {
-  ForEachEntry(root_ + directory + "*", [&](const TFileFacts& entry) {
+  const bool listed = ForEachEntry(root_ + directory + "*", [&](const TFileFacts& entry) {
     std::string path = directory + entry.name;
     if ((entry.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
       // What a killed run left half written is cleared away by the next one that writes pages.
@@ -43,6 +44,10 @@ void TSiteListing::ScanDirectory(const std::string& directory, const std::atomic
     }
     return goOn != 0;
   });
+  if (listed) return true;
+  const DWORD error = GetLastError();
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+         error == ERROR_ACCESS_DENIED;
 }
 
 const std::string* TSiteListing::FindPage(const std::string& name) const {

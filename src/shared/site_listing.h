@@ -22,8 +22,9 @@ class TSiteListing {
   // root: a full path with its final separator.
   explicit TSiteListing(std::string root);
 
-  // Looks through the whole tree; ends early when goOn is clear.
-  void Scan(const std::atomic<int>& goOn);
+  // Looks through the whole tree; ends early when goOn is clear. False when a directory cannot be
+  // listed to its end, though it is there and may be read: what links from it is not known.
+  bool Scan(const std::atomic<int>& goOn);
 
   // The path of the page that a link's text, read in the root directory, leads to; null when that
   // is no page of the site. Letter case is ignored; "." and ".." are resolved.
@@ -34,7 +35,7 @@ class TSiteListing {
   std::string FullPathOf(const std::string& path) const { return root_ + path; }
 
  private:
-  void ScanDirectory(const std::string& directory, const std::atomic<int>& goOn,
+  bool ScanDirectory(const std::string& directory, const std::atomic<int>& goOn,
                      std::vector<std::string>& waiting);
 
   std::string root_;

@@ -113,20 +113,22 @@ class Search {
   Search(std::string directory, std::vector<FoundName> names)
       : directory_(std::move(directory)), names_(std::move(names)) {}
 
-  // The next entry that is still there; false at the end.
-  bool Next(WIN32_FIND_DATAA* data) {
+  // The next entry that is still there; false, with the last error set, at the end and when one
+  // cannot be looked at, which is not to be taken for deleted.
+  bool Next(WIN32_FIND_DATAA* data, DWORD errorAtEnd) {
     while (at_ < names_.size()) {
       const FoundName& found = names_[at_];
       const std::string path = directory_ + "/" + found.name;
       FileFacts facts;
       const FileReference reference(path);
-      const bool listed =
-          reference.ReadFacts(&facts) && (facts.isRegular || facts.isDirectory || facts.isLink);
+      const bool read = reference.ReadFacts(&facts);
+      if (!read && errno != ENOENT && errno != ENOTDIR) return FailFromErrno() != 0;
+      const bool listed = read && (facts.isRegular || facts.isDirectory || facts.isLink);
       if (listed) Fill(found, reference, facts, data);
       ++at_;  // last: an entry for which memory ran out comes again
       if (listed) return true;
     }
-    return false;
+    return Fail(errorAtEnd) != 0;
   }
 
  private:
@@ -176,7 +178,7 @@ HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) try {
                                                            : MatchOne(resolved.path, name);
   if (!names) return INVALID_HANDLE_VALUE;
   auto search = std::make_shared<Search>(resolved.path, std::move(*names));
-  if (!search->Next(data)) return Fail(ERROR_FILE_NOT_FOUND), INVALID_HANDLE_VALUE;
+  if (!search->Next(data, ERROR_FILE_NOT_FOUND)) return INVALID_HANDLE_VALUE;
   HANDLE handle = search.get();
   const std::lock_guard<std::mutex> guard(searchesMutex);
   Searches().emplace(handle, std::move(search));
@@ -194,7 +196,7 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) try {
     if (found == Searches().end()) return Fail(ERROR_INVALID_HANDLE);
     search = found->second;
   }
-  return search->Next(data) ? TRUE : Fail(ERROR_NO_MORE_FILES);
+  return search->Next(data, ERROR_NO_MORE_FILES) ? TRUE : FALSE;
 } catch (const std::bad_alloc&) {
   return FailForMemory();
 }
