@@ -11,6 +11,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 namespace {
 
@@ -27,11 +28,20 @@ const char* KeyOf(const char* key) { return key == nullptr ? "" : key; }
 
 bool IsPasswordKey(const char* key) { return brevant::ContainsWordStartingWith(key, "password"); }
 
+// Whether the file is there and would have told more another time. A file that is missing, or
+// closed to this user, holds no settings.
+bool IsPassing(DWORD error) {
+  constexpr DWORD kPassing[] = {ERROR_NOT_ENOUGH_MEMORY, ERROR_TOO_MANY_OPEN_FILES,
+                                ERROR_GEN_FAILURE, ERROR_READ_FAULT, ERROR_SHARING_VIOLATION};
+  return std::find(std::begin(kPassing), std::end(kPassing), error) != std::end(kPassing);
+}
+
 std::string ReadValue(const char* path, const char* key, DWORD size) {
   char buffer[kTextSize] = "";
   SetLastError(ERROR_SUCCESS);
   GetPrivateProfileStringA(kSection, KeyOf(key), "", buffer, size, path);
-  if (buffer[0] == '\0' && GetLastError() == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
+  if (buffer[0] == '\0' && IsPassing(GetLastError()))
+    throw std::runtime_error("unreadable settings");
   return buffer;
 }
 
@@ -104,7 +114,7 @@ const char* TSetup::String(const char* key) const {
       if (const std::string* cached = cache_->texts.Find(TextOf(key))) return cached->c_str();
     }
   } catch (const std::exception&) {
-    ++brevant::memoryFailures;
+    ++brevant::silentFailures;
   }
   return DefaultString(key);
 }
@@ -121,7 +131,7 @@ DWORD TSetup::Number(const char* key) const {
       if (const DWORD* cached = cache_->numbers.Find(TextOf(key))) return *cached;
     }
   } catch (const std::exception&) {
-    ++brevant::memoryFailures;
+    ++brevant::silentFailures;
   }
   return DefaultNumber(key);
 }
@@ -170,7 +180,7 @@ int TSetup::SetString(const char* key, const char* value) {
     }
     return cache_->texts.Set(TextOf(key), std::move(text));
   } catch (const std::exception&) {
-    ++brevant::memoryFailures;
+    ++brevant::silentFailures;
     return -1;
   }
 }
@@ -180,7 +190,7 @@ int TSetup::SetNumber(const char* key, LONG value) {
   try {
     return cache_->numbers.Set(TextOf(key), static_cast<DWORD>(value));
   } catch (const std::exception&) {
-    ++brevant::memoryFailures;
+    ++brevant::silentFailures;
     return -1;
   }
 }

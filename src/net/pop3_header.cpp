@@ -84,11 +84,16 @@ int TPOP3::GetObjectInfo(char* name, char* value, int size) {
     headerEnd_ = HeaderEnd::kFailed;
     return 0;
   }
+  bool hadMemory = false;
   headerEnd_ = Guarded(HeaderEnd::kFailed, [&] {
-    if (atEnd_) return HeaderEnd::kMessageEnd;
-    return StandardMode() ? ReadFieldStandard(name, value, size)
-                          : ReadFieldPlain(name, value, size);
+    const HeaderEnd end = atEnd_           ? HeaderEnd::kMessageEnd
+                          : StandardMode() ? ReadFieldStandard(name, value, size)
+                                           : ReadFieldPlain(name, value, size);
+    hadMemory = true;
+    return end;
   });
+  // Half a header would make another mail of this one.
+  if (!hadMemory) TransferFailed();
   return headerEnd_ == HeaderEnd::kField ? 1 : 0;
 }
 

@@ -107,7 +107,7 @@ int TMailDispatchTask::ExecuteRun() {
     return 1;
   }
   worked_ = 1;
-  const unsigned failures = brevant::memoryFailures;
+  const unsigned failures = brevant::silentFailures;
   bool triesAgain = false;
   {
     TRun run(*setup_);
@@ -120,7 +120,7 @@ int TMailDispatchTask::ExecuteRun() {
     run.cache.CloseAll();
     if (!run.cache.Reliable()) run.failed = true;
     // A message or an address may have been passed over.
-    if (brevant::memoryFailures != failures) run.failed = true;
+    if (brevant::silentFailures != failures) run.failed = true;
     triesAgain = run.standard && (run.failed || Aborted());
   }
   client_.Disconnect();

@@ -135,7 +135,7 @@ bool TFileDeliveryTask::IsDue() const {
 
 int TFileDeliveryTask::Deliver() {
   DisplayProgress(0, 100);
-  const unsigned failures = brevant::memoryFailures;
+  const unsigned failures = brevant::silentFailures;
   delivered_ = true;
   run_ = std::make_unique<TRun>(*setup_, continue_);
   const std::string local = setup_->String("Local Directory");
@@ -147,7 +147,7 @@ int TFileDeliveryTask::Deliver() {
                     brevant::TopKey(setup_->String("FTP Account"), remote),
                     0};
   // A setting that could not be read may say where files go.
-  if (brevant::memoryFailures != failures) throw std::bad_alloc();
+  if (brevant::silentFailures != failures) throw std::bad_alloc();
   if (!brevant::CanEnter(top.path)) {
     DisplayHistory("Cannot change directory to %s (Local)", local.c_str());
     return 0;
@@ -163,7 +163,7 @@ int TFileDeliveryTask::Deliver() {
   DeliverFolder(top);
   TraceHere();
   if (Connected()) client_.Disconnect();
-  if (!Finish() || brevant::memoryFailures != failures) return 0;
+  if (!Finish() || brevant::silentFailures != failures) return 0;
   if (state_ != nullptr) state_->Time(kLastTransfer, TTime::Now());
   return 1;
 }

@@ -61,7 +61,7 @@ int TFileManagementTask::ExecuteScan() {
   TraceHere();
   if (!IsDue()) return 1;
   worked_ = 1;
-  const unsigned failures = brevant::memoryFailures;
+  const unsigned failures = brevant::silentFailures;
   DisplayStatus("Erasing orphaned temporary files");
   DisplayProgress(0, 100);
   brevant::TKeptFiles kept;
@@ -80,7 +80,7 @@ int TFileManagementTask::ExecuteScan() {
   }
   if (!FollowLinks(site, kept)) return 0;
   // A setting that could not be read may name a main page.
-  if (brevant::memoryFailures != failures) return 0;
+  if (brevant::silentFailures != failures) return 0;
   EraseOrphans(site, kept);
   TraceHere();
   state_->Time(kLastScan, TTime::Now());

@@ -118,10 +118,10 @@ int TMailRetrievalTask::ExecuteRun() {
     TraceHere();
     loggedOn_ = true;
     DisplayHistory("Logged onto %s successfully", server.c_str());
-    const unsigned failures = brevant::memoryFailures;
+    const unsigned failures = brevant::silentFailures;
     TRun run(*setup_);
     // A setting that could not be read may say what is to be kept.
-    if (brevant::memoryFailures != failures) throw std::bad_alloc();
+    if (brevant::silentFailures != failures) throw std::bad_alloc();
     WatchCommits(run);
     WalkMailbox(run);
     LogOff(run);

@@ -43,7 +43,7 @@ TPageRun::TPageRun(TSetup& setup, const TPersistentState* state, const std::atom
 }
 
 bool TPageRun::Make() {
-  const unsigned failures = memoryFailures;
+  const unsigned failures = silentFailures;
   store_.Scan();
   AddMainPages();
   for (std::size_t page = 0; page < site_.Pages().Count() && goOn_ != 0; ++page) {
@@ -85,7 +85,7 @@ void TPageRun::MakePage(std::size_t number, unsigned failures) {
   if (!links_.Follow(page, file.directory, goOn_)) saved_ = false;
   site_.EndPage();
   // A page in which a value is missing for want of memory would not be made again.
-  if (memoryFailures != failures) throw std::bad_alloc();
+  if (silentFailures != failures) throw std::bad_alloc();
   // A page that an abort left half made is not shown.
   if (goOn_ != 0) SavePage(fileName, file, page);
 }

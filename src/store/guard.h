@@ -5,9 +5,9 @@
 
 namespace brevant {
 
-// How often memory ran out without the caller being told: what reads values gives defaults then.
-// Tasks look here before they do what cannot be taken back.
-inline std::atomic<unsigned> memoryFailures{0};
+// How often a value was given as a default because memory ran out, or because it could not be read,
+// without the caller being told. Tasks look here before they do what cannot be taken back.
+inline std::atomic<unsigned> silentFailures{0};
 
 // The result of work, or failure when it throws (memory has run out).
 template <typename Result, typename Work>
@@ -15,7 +15,7 @@ Result Guarded(Result failure, Work&& work) noexcept {
   try {
     return work();
   } catch (...) {
-    ++memoryFailures;
+    ++silentFailures;
     return failure;
   }
 }

@@ -51,16 +51,6 @@ class SilentHost {
 
 class FailingTasks : public faults::TaskRound {
  protected:
-  // A settings file that cannot be read for another reason than memory gives defaults, of which
-  // the tasks are not told: the store has what it needs before calls fail.
-  void ReadSettings() {
-    char keys[8192];
-    GetPrivateProfileStringA("Tavernix", nullptr, "", keys, sizeof keys, setup_->Path());
-    for (const char* key = keys; *key != '\0'; key += std::string(key).size() + 1) {
-      setup_->String(key);
-      setup_->Number(key);
-    }
-  }
   // One run of the task; what it gave.
   int Disturb(std::size_t task, Trial& run) {
     const SilentHost silent;
@@ -72,7 +62,6 @@ class FailingTasks : public faults::TaskRound {
     Restore(task);
     ForgetSent();
     Trial run(root_.Path(), trouble, kNever);
-    if (trouble == Trouble::kCall) ReadSettings();
     EXPECT_EQ(Disturb(task, run), 1);
     RunFrom(task);
     ExpectSameEnd(task, false);
@@ -124,7 +113,6 @@ class FailingTasks : public faults::TaskRound {
     ForgetSent();
     const std::size_t open = OpenFiles();
     Trial run(root_.Path(), trouble, n);
-    if (trouble == Trouble::kCall) ReadSettings();
     const int result = Disturb(task, run);
     SCOPED_TRACE(std::string(test::kTasks[task]) + ": " + NameOf(trouble) + ", n = " +
                  std::to_string(n) + ", " + run.Struck() + ", gave " + std::to_string(result));
