@@ -21,6 +21,8 @@ make_root() {
 
 mkdir -p "$project/build"
 [ -x /usr/lib/wine/wineserver32 ] || [ -x "$root/usr/bin/wine" ] || make_root
+# The programs there know the same names as those here, "localhost" above all.
+[ ! -d "$root/etc" ] || cp /etc/hosts "$root/etc/hosts"
 [ -d "$project/build/wine32/drive_c/windows" ] && exit 0
 mkdir -p "$project/build/wine32"
 "$project/cmake/wine32.sh" wineboot -i >/dev/null 2>&1 </dev/null ||
