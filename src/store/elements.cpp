@@ -72,6 +72,19 @@ std::vector<std::string> SubStorageNames(IStorage* storage) {
   return names;
 }
 
+namespace {
+
+// How opening the sub-storage ends; it is closed again.
+HRESULT TryStorage(IStorage* storage, const char* name) {
+  IStorage* element = nullptr;
+  const HRESULT result = storage->OpenStorage(
+      WideName(name).c_str(), nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE, nullptr, 0, &element);
+  if (SUCCEEDED(result)) element->Release();
+  return result;
+}
+
+}  // namespace
+
 bool HasStream(IStorage* storage, const char* name) {
   return Guarded(true, [&] {
     IStream* stream = nullptr;
@@ -83,26 +96,12 @@ bool HasStream(IStorage* storage, const char* name) {
 }
 
 bool HasStorage(IStorage* storage, const char* name) {
-  return Guarded(true, [&] {
-    IStorage* element = nullptr;
-    const HRESULT result =
-        storage->OpenStorage(WideName(name).c_str(), nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
-                             nullptr, 0, &element);
-    if (SUCCEEDED(result)) element->Release();
-    return result != STG_E_FILENOTFOUND;
-  });
+  return Guarded(true, [&] { return TryStorage(storage, name) != STG_E_FILENOTFOUND; });
 }
 
 bool IsOpenElsewhere(IStorage* storage, const char* name) {
   // Without memory to find out it counts as open.
-  return Guarded(true, [&] {
-    IStorage* element = nullptr;
-    const HRESULT result =
-        storage->OpenStorage(WideName(name).c_str(), nullptr, STGM_READWRITE | STGM_SHARE_EXCLUSIVE,
-                             nullptr, 0, &element);
-    if (SUCCEEDED(result)) element->Release();
-    return result == STG_E_ACCESSDENIED;
-  });
+  return Guarded(true, [&] { return TryStorage(storage, name) == STG_E_ACCESSDENIED; });
 }
 
 }  // namespace brevant
